@@ -1,0 +1,1 @@
+// Placeholder so the application library has a source until the driver lands.

@@ -1,0 +1,68 @@
+// GenString: the toolkit's 8-bit text. It keeps its bytes exactly as given
+// (project files carry text in whatever code page the editor used), knows its
+// length, and costs one pointer when empty, which matters because every
+// object of a project carries one (its instance name) and most are empty.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+class GenString {
+ public:
+  GenString() = default;
+  GenString(const char* text) { Set(text); }  // NOLINT: implicit on purpose
+  GenString(std::string_view text) { Set(text); }
+  GenString(const GenString& other);
+  GenString(GenString&& other) noexcept : block_(other.block_) { other.block_ = nullptr; }
+  GenString& operator=(const GenString& other);
+  GenString& operator=(GenString&& other) noexcept;
+  ~GenString() { Release(); }
+
+  // The text, NUL-terminated; "" when empty, never null.
+  const char* Get() const { return block_ ? Chars() : ""; }
+  std::string_view View() const { return {Get(), Length()}; }
+  std::size_t Length() const { return block_ ? Header()->length : 0; }
+  bool IsEmpty() const { return Length() == 0; }
+
+  void Set(std::string_view text);
+  void Set(const char* text) { Set(std::string_view(text ? text : "")); }
+  void Clear() { Release(); }
+
+  // True when the text equals `text`. With caseSensitive false, ASCII letters
+  // compare without regard to case (model paths come from a case-blind file
+  // system); other bytes always compare exactly.
+  bool Compare(const char* text, bool caseSensitive) const;
+
+  // Copies `text` into this string (the flag is the caller's "wide" marker,
+  // always false in this program).
+  void str_dup(const char* text, bool wide) {
+    (void)wide;
+    Set(text);
+  }
+  // Sets a placeholder text: the string holds `text`, usually "".
+  void str_PlaceHolder(const char* text) { Set(text); }
+  // The leading integer of the text, as strtol base 10 reads it (0 when none).
+  int str_atoi() const;
+  static bool str_IsDigit(int c) { return c >= '0' && c <= '9'; }
+
+  // Project files may store an empty text as a bare zero length instead of a
+  // single terminating NUL. The codec marks such strings so that a file
+  // written back stays byte-identical.
+  bool StoredBare() const { return block_ && Header()->bare; }
+  void SetStoredBare(bool bare);
+
+ private:
+  struct BlockHeader {
+    std::uint32_t length;
+    bool bare;
+  };
+  BlockHeader* Header() const { return reinterpret_cast<BlockHeader*>(block_); }
+  char* Chars() const { return block_ + sizeof(BlockHeader); }
+  void Release();
+
+  char* block_ = nullptr;  // header, then the bytes, then a NUL
+};
+
+bool operator==(const GenString& a, const GenString& b);
