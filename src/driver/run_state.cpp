@@ -1,0 +1,6 @@
+#include "run_state.h"
+
+RunOptions runOptions;
+FileStringA projectPath;
+FileStringA textFilePath;
+RenamePackageA outputs;
