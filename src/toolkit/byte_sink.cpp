@@ -1,0 +1,54 @@
+#include "byte_sink.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+ByteSink::~ByteSink() {
+  if (fd_ >= 0) ::close(fd_);
+}
+
+int ByteSink::create(const char* name) {
+  fd_ = ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd_ < 0) return error_ = errno;
+  buffer_.resize(std::size_t{4} << 20);
+  used_ = 0;
+  return 0;
+}
+
+void ByteSink::writeAll(const unsigned char* data, std::size_t n) {
+  while (n > 0 && error_ == 0) {
+    ssize_t w = ::write(fd_, data, n);
+    if (w < 0 && errno == EINTR) continue;
+    if (w <= 0) {
+      error_ = w < 0 ? errno : EIO;
+      return;
+    }
+    data += w;
+    n -= static_cast<std::size_t>(w);
+  }
+}
+
+void ByteSink::flush() {
+  if (used_ > 0 && error_ == 0 && fd_ >= 0) writeAll(buffer_.data(), used_);
+  used_ = 0;
+}
+
+void ByteSink::writeSlow(const void* data, std::size_t n) {
+  flush();
+  if (n >= buffer_.size()) {
+    if (error_ == 0 && fd_ >= 0) writeAll(static_cast<const unsigned char*>(data), n);
+    return;
+  }
+  std::memcpy(buffer_.data(), data, n);
+  used_ = n;
+}
+
+int ByteSink::close() {
+  flush();
+  if (fd_ >= 0) {
+    if (::close(fd_) != 0 && error_ == 0) error_ = errno;
+    fd_ = -1;
+  }
+  return error_;
+}
