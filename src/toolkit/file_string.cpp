@@ -110,10 +110,10 @@ long FileStringA::fs_GetFileDate(const char* name) const {
 int FileStringA::fs_CompareFilenameExtOnly(const char* other) const {
   std::string mine(Get());
   std::string theirs(other ? other : "");
-  NameParts a = split(mine), b = split(theirs);
-  std::string nameA = std::string(a.name) + std::string(a.extension);
-  std::string nameB = std::string(b.name) + std::string(b.extension);
-  return sameIgnoringAsciiCase(nameA, nameB) ? 1 : 0;
+  for (std::string* name : {&mine, &theirs})
+    for (char& c : *name)
+      if (c == '/') c = '\\';
+  return sameIgnoringAsciiCase(mine, theirs) ? 1 : 0;
 }
 
 const char* FileStringA::fs_convert_to_utf8(const char* text) {

@@ -50,10 +50,12 @@ class FileStringA : public CString8 {
   // Modification time of `name` (the string itself when null) in seconds
   // since the epoch; 0 when the file cannot be examined.
   long fs_GetFileDate(const char* name) const;
-  // Non-zero when the string and `other` name the same model file: their
-  // file names with extensions are equal, ASCII case ignored. Folders do not
-  // count: the editor finds a model by its file name, whatever folder a
-  // template's path was typed with.
+  // Non-zero when the string and `other` name the same model file: the whole
+  // names, folders and extension included, are equal with ASCII case ignored
+  // and '/' taken as '\'. Folders count because a model's path in the game
+  // data is what tells two models apart (the statistics report counts
+  // duplicated templates by the whole name too), so models that merely share
+  // a file name in different folders stay distinct.
   int fs_CompareFilenameExtOnly(const char* other) const;
   // The string becomes `text` (its own text when null) in UTF-8: valid UTF-8
   // stays as it is, anything else is read as Windows-1252. Returns it.

@@ -13,7 +13,8 @@
 
 #include "console_keys.h"
 #include "driver/run_state.h"
-#include "stream_redirect.h"
+#include "input_feed.h"
+#include "stream_capture.h"
 #include "temp_dir.h"
 
 namespace {
@@ -25,20 +26,20 @@ struct Answer {
 
 Answer ask(const std::string& keys) {
   InputFeed in(keys);
-  OutputCapture err(stderr);
+  StreamCapture err(stderr);
   int result = askYesNo("Delete %d objects?", 3);
   return {result, err.finish()};
 }
 
 TEST(PrintMessage, DropsCarriageReturnsOnly) {
-  OutputCapture out(stdout);
+  StreamCapture out(stdout);
   EXPECT_TRUE(printMessage("line %d\r\n\rnext\r%s\n", 1, "tail\r"));
   EXPECT_EQ(out.finish(), "line 1\nnexttail\n");
 }
 
 TEST(PrintMessage, LongMessagesAreNotCut) {
   std::string long_text(5000, 'x');
-  OutputCapture out(stdout);
+  StreamCapture out(stdout);
   printMessage("%s!", long_text.c_str());
   EXPECT_EQ(out.finish(), long_text + "!");
 }
@@ -75,7 +76,7 @@ TEST(AskYesNo, NoClearsPauseAndYesRestoresIt) {
 TEST(AskYesNo, YesFlagAnswersWithoutAskingOrReading) {
   runOptions.yes = 1;
   InputFeed in("n");
-  OutputCapture err(stderr);
+  StreamCapture err(stderr);
   EXPECT_EQ(askYesNo("anything?"), 1);
   EXPECT_EQ(err.finish(), "");
   EXPECT_EQ(_getch(), 'n');  // the key is still there
@@ -119,8 +120,8 @@ TEST(ConfirmAction, WithYesPrintsOnlyTheTitleAndPreparesTheOutputs) {
   projectPath.Set(dir.file("map.pew").c_str());
   runOptions.yes = 1;
   runOptions.backup = 0;
-  OutputCapture out(stdout);
-  OutputCapture err(stderr);
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
   EXPECT_NE(confirmAction("Deleting Objects"), 0);
   EXPECT_EQ(err.finish(), "");
   EXPECT_EQ(out.finish(), "Deleting Objects\n");
@@ -135,8 +136,8 @@ TEST(ConfirmAction, DeclinedLeavesTheOutputsAlone) {
   projectPath.Set(dir.file("other.pew").c_str());
   runOptions.yes = 0;
   InputFeed in("n");
-  OutputCapture out(stdout);
-  OutputCapture err(stderr);
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
   EXPECT_EQ(confirmAction(nullptr), 0);
   EXPECT_EQ(err.finish(), "are you sure you want to do this? Y/N? n\n");
   EXPECT_EQ(out.finish(), "");
@@ -146,7 +147,7 @@ TEST(ConfirmAction, DeclinedLeavesTheOutputsAlone) {
 TEST(ConfirmAction, FolderThatCannotTakeFilesGivesZero) {
   projectPath.Set("/nonexistent-folder/map.pew");
   runOptions.yes = 1;
-  OutputCapture out(stdout);
+  StreamCapture out(stdout);
   EXPECT_EQ(confirmAction("Reducing"), 0);
   out.finish();
   runOptions.yes = 0;

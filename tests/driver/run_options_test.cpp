@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "driver/run_state.h"
-#include "stream_redirect.h"
+#include "stream_capture.h"
 
 namespace {
 
@@ -56,7 +56,7 @@ Parsed parse(std::vector<std::string> words) {
   runOptions.pause = 0;
   std::vector<char*> argv;
   for (auto& w : words) argv.push_back(w.data());
-  OutputCapture err(stderr);
+  StreamCapture err(stderr);
   bool ok = parseOptions(static_cast<int>(argv.size()), argv.data());
   return {ok, err.finish(), runOptions};
 }
@@ -101,7 +101,7 @@ TEST(ParseOptions, EveryParseStartsFromTheDefaultsButKeepsYesAndPause) {
   runOptions.pause = 1;
   std::string word = "map";
   char* argv[] = {word.data()};
-  OutputCapture err(stderr);
+  StreamCapture err(stderr);
   ASSERT_TRUE(parseOptions(1, argv));
   err.finish();
   EXPECT_EQ(runOptions.backup, 0);
@@ -205,7 +205,7 @@ TEST(ParseOptions, FlagLetters) {
   runOptions.pause = 1;
   std::string word = "-kP";
   char* argv[] = {word.data()};
-  OutputCapture err(stderr);
+  StreamCapture err(stderr);
   EXPECT_TRUE(parseOptions(1, argv));
   err.finish();
   EXPECT_EQ(runOptions.pause, 0u);
@@ -261,7 +261,7 @@ TEST(ParseOptions, WordAndLettersEntryPoints) {
   EXPECT_EQ(runOptions.optionSeen, 0);
   EXPECT_TRUE(parseOptionWord("-y"));
   EXPECT_EQ(runOptions.optionSeen, 1);
-  OutputCapture err(stderr);
+  StreamCapture err(stderr);
   EXPECT_EQ(parseOptionLetters("rz"), 1);
   EXPECT_EQ(parseOptionLetters("g"), 0);
   EXPECT_EQ(err.finish(), unknown('g'));  // no usage text at this level

@@ -13,7 +13,7 @@
 #include <cstring>
 #include <thread>
 
-#include "stream_redirect.h"
+#include "input_feed.h"
 
 namespace {
 

@@ -84,15 +84,15 @@ TEST(FileStringA, ExtensionEditing) {
   EXPECT_STREQ(s.Get(), "out");
 }
 
-TEST(FileStringA, CompareFilenameExtOnlyIgnoresFoldersAndAsciiCase) {
+TEST(FileStringA, CompareFilenameExtOnlyComparesWholeNamesIgnoringAsciiCase) {
   FileStringA model("ca\\buildings\\House.P3D");
-  EXPECT_TRUE(model.fs_CompareFilenameExtOnly("house.p3d"));
-  EXPECT_TRUE(model.fs_CompareFilenameExtOnly("other\\HOUSE.p3d"));
-  EXPECT_TRUE(model.fs_CompareFilenameExtOnly("x/y/house.p3d"));
-  EXPECT_FALSE(model.fs_CompareFilenameExtOnly("house"));
-  EXPECT_FALSE(model.fs_CompareFilenameExtOnly("house.p3d.bak"));
-  EXPECT_FALSE(model.fs_CompareFilenameExtOnly("houses.p3d"));
+  EXPECT_TRUE(model.fs_CompareFilenameExtOnly("CA\\Buildings\\house.p3d"));
+  EXPECT_TRUE(model.fs_CompareFilenameExtOnly("ca/buildings/house.p3d"));
+  EXPECT_FALSE(model.fs_CompareFilenameExtOnly("ca\\misc\\house.p3d"));
+  EXPECT_FALSE(model.fs_CompareFilenameExtOnly("house.p3d"));
+  EXPECT_FALSE(model.fs_CompareFilenameExtOnly("ca\\buildings\\house"));
   EXPECT_FALSE(model.fs_CompareFilenameExtOnly(nullptr));
+  EXPECT_TRUE(FileStringA().fs_CompareFilenameExtOnly(nullptr));
   EXPECT_FALSE(FileStringA("h\xc9.p3d").fs_CompareFilenameExtOnly("h\xe9.p3d"));
 }
 
