@@ -1,6 +1,9 @@
 #include "run_state.h"
 
+KelDLL toolkit;
+Vorlan* project = nullptr;
 RunOptions runOptions;
 FileStringA projectPath;
 FileStringA textFilePath;
 RenamePackageA outputs;
+FileStringA programName;

@@ -66,14 +66,6 @@ TEST_F(RenamePackageTest, SuccessfulCloseReplacesTheProject) {
   EXPECT_EQ(std::string(outputs.rnp_GetFileName(1)), project);  // still known for verifying
 }
 
-TEST_F(RenamePackageTest, ExtensionIsAddedToABareName) {
-  RenamePackageA outputs;
-  std::string bare = dir.file("map");
-  ASSERT_NE(outputs.rnp_BuildOutputs(0, bare.c_str(), "pew", nullptr, nullptr), 0);
-  EXPECT_EQ(std::string(outputs.rnp_GetFileName(1)), project);
-  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kFailed), status::kFailed);
-}
-
 TEST_F(RenamePackageTest, KeepsTheProjectsPermissions) {
   chmod(project.c_str(), 0640);
   RenamePackageA outputs;
