@@ -23,6 +23,7 @@ void printBanner(int argc, char** argv, const LibraryVersion& library) {
 int runSteps(int argc, char** argv, const LibraryVersion& library) {
   printBanner(argc, argv, library);
   if (checkLibraryVersion(library.number)) return 1;
+  world = toolkit.dll_GetMorvik();
   project = toolkit.dll_GetVorlan();
   std::fputs("=======*==========\n", stdout);
   int count = argc > 0 ? argc - 1 : 0;

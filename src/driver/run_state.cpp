@@ -2,6 +2,7 @@
 
 KelDLL toolkit;
 Vorlan* project = nullptr;
+Morvik* world = nullptr;
 RunOptions runOptions;
 FileStringA projectPath;
 FileStringA textFilePath;

@@ -1,4 +1,4 @@
-// The process-wide state of one run: the toolkit handle and its project, the
+// The process-wide state of one run: the toolkit handle and its objects, the
 // settings, the two paths from the command line, and the output-name builder
 // used by every save. Each lives for the whole process.
 #pragma once
@@ -9,8 +9,9 @@
 #include "run_options.h"
 
 extern KelDLL toolkit;
-// The toolkit's project object, fetched by the entry point.
+// The toolkit's project object and world writer, fetched by the entry point.
 extern Vorlan* project;
+extern Morvik* world;
 extern RunOptions runOptions;
 // The project file or folder named on the command line.
 extern FileStringA projectPath;

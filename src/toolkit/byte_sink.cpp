@@ -8,13 +8,17 @@ ByteSink::~ByteSink() {
   if (fd_ >= 0) ::close(fd_);
 }
 
-int ByteSink::create(const char* name) {
-  fd_ = ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+int ByteSink::openWith(const char* name, int flags) {
+  fd_ = ::open(name, O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
   if (fd_ < 0) return error_ = errno;
   buffer_.resize(std::size_t{4} << 20);
   used_ = 0;
   return 0;
 }
+
+int ByteSink::create(const char* name) { return openWith(name, O_TRUNC); }
+
+int ByteSink::createNew(const char* name) { return openWith(name, O_EXCL); }
 
 void ByteSink::writeAll(const unsigned char* data, std::size_t n) {
   while (n > 0 && error_ == 0) {
@@ -42,6 +46,19 @@ void ByteSink::writeSlow(const void* data, std::size_t n) {
   }
   std::memcpy(buffer_.data(), data, n);
   used_ = n;
+}
+
+int ByteSink::sync() {
+  flush();
+  if (fd_ >= 0 && error_ == 0) {
+    while (::fsync(fd_) != 0) {
+      if (errno != EINTR) {
+        error_ = errno;
+        break;
+      }
+    }
+  }
+  return error_;
 }
 
 int ByteSink::close() {

@@ -16,6 +16,9 @@ class ByteSink {
 
   // Creates (or truncates) the file; returns 0 or the errno of the failure.
   int create(const char* name);
+  // Creates a file that must not exist yet (a temporary file beside a
+  // target); returns 0 or the errno of the failure (EEXIST when it exists).
+  int createNew(const char* name);
   template <typename T>
   void put(const T& value) {
     write(&value, sizeof(T));
@@ -29,6 +32,9 @@ class ByteSink {
       writeSlow(data, n);
     }
   }
+  // Flushes and has the system put the data on disk (fsync); returns 0 or
+  // the errno of the first failure.
+  int sync();
   // Flushes and closes; returns 0 or the errno of the first failure.
   int close();
   int error() const { return error_; }
@@ -37,6 +43,7 @@ class ByteSink {
   void writeSlow(const void* data, std::size_t n);
   void flush();
   void writeAll(const unsigned char* data, std::size_t n);
+  int openWith(const char* name, int flags);
 
   int fd_ = -1;
   int error_ = 0;
