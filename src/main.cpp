@@ -1,6 +1,6 @@
-#include <cstdio>
+#include "driver/program_entry.h"
+#include "driver/run_state.h"
 
-int main() {
-  std::fprintf(stderr, "vorlan: the command-line driver is not built yet\n");
-  return 1;
+int main(int argc, char** argv) {
+  return runProgram(argc, argv, {toolkit.dll_GetVersion(), toolkit.dll_GetVersionStr()});
 }

@@ -1,1 +1,0 @@
-// Placeholder so the application library has a source until the driver lands.

@@ -1,0 +1,52 @@
+// RenamePackageA: the output names for rewriting a project file safely.
+//
+// The new project is written to a temporary file in the project's own folder
+// and only then renamed onto the project's name, so the old file is replaced
+// in one step and is never seen half-written. With a backup, the old file
+// becomes "<name>.bak" (replacing an older backup of that name) while the
+// project's name keeps pointing at a complete file throughout.
+#pragma once
+
+#include <string>
+
+class RenamePackageA {
+ public:
+  RenamePackageA() = default;
+  ~RenamePackageA();
+  RenamePackageA(const RenamePackageA&) = delete;
+  RenamePackageA& operator=(const RenamePackageA&) = delete;
+
+  // Prepares the names for rewriting `path`, given the extension `ext`
+  // ("pew") the way FileStringA::fs_AddExt(ext, 0) adds it. The temporary
+  // name is ".<file name>.tmp-<process id>" in the same folder (with a
+  // counter when that is taken); nothing is created yet. Returns non-zero
+  // when ready; 0 when the folder cannot take new files or the name is held
+  // by something other than a regular file. The two pointers are unused.
+  int rnp_BuildOutputs(int backup, const char* path, const char* ext, void* reserved1, void* reserved2);
+
+  // 3: the temporary file to write now; 1: the file that holds the new
+  // project once the outputs are closed. The names stay readable after
+  // closing, until the next rnp_BuildOutputs. "" for other indexes or when
+  // nothing was prepared.
+  const char* rnp_GetFileName(int index) const;
+
+  // Finishes the rewrite. With `status` 0 the temporary file is synced to
+  // disk, the backup (if asked for and an old file exists) is made, and the
+  // temporary file is renamed onto the final name; any failure removes the
+  // temporary file, leaves the old project as it was and returns
+  // status::kCannotWrite. With a non-zero `status` the temporary file is
+  // removed and `status` is returned unchanged.
+  int rnp_CloseOutputs(int status);
+
+ private:
+  bool makeBackup() const;
+  void discard();
+
+  bool named_ = false;    // the names below are valid
+  bool pending_ = false;  // prepared and not yet closed: the temp file is ours
+  bool backup_ = false;
+  std::string folder_;
+  std::string final_;
+  std::string temp_;
+  std::string backupName_;
+};

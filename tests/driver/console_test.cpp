@@ -1,0 +1,176 @@
+#include "driver/console.h"
+
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+
+#include "console_keys.h"
+#include "driver/run_state.h"
+#include "input_feed.h"
+#include "stream_capture.h"
+#include "temp_dir.h"
+
+namespace {
+
+struct Answer {
+  int result;
+  std::string prompts;
+};
+
+Answer ask(const std::string& keys) {
+  InputFeed in(keys);
+  StreamCapture err(stderr);
+  int result = askYesNo("Delete %d objects?", 3);
+  return {result, err.finish()};
+}
+
+TEST(PrintMessage, DropsCarriageReturnsOnly) {
+  StreamCapture out(stdout);
+  EXPECT_TRUE(printMessage("line %d\r\n\rnext\r%s\n", 1, "tail\r"));
+  EXPECT_EQ(out.finish(), "line 1\nnexttail\n");
+}
+
+TEST(PrintMessage, LongMessagesAreNotCut) {
+  std::string long_text(5000, 'x');
+  StreamCapture out(stdout);
+  printMessage("%s!", long_text.c_str());
+  EXPECT_EQ(out.finish(), long_text + "!");
+}
+
+TEST(AskYesNo, AcceptsYAndNInEitherCase) {
+  runOptions.yes = 0;
+  EXPECT_EQ(ask("n").result, 0);
+  EXPECT_EQ(ask("N").result, 0);
+  EXPECT_EQ(ask("y").result, 1);
+  Answer a = ask("Y");
+  EXPECT_EQ(a.result, 1);
+  EXPECT_EQ(a.prompts, "Delete 3 objects? Y/N? Y\n");
+}
+
+TEST(AskYesNo, OtherKeysRepeatTheWholePrompt) {
+  runOptions.yes = 0;
+  Answer a = ask("xy");
+  EXPECT_EQ(a.result, 1);
+  EXPECT_EQ(a.prompts, "Delete 3 objects? Y/N? x\nDelete 3 objects? Y/N? y\n");
+  a = ask("\nn");
+  EXPECT_EQ(a.result, 0);
+  EXPECT_EQ(a.prompts, "Delete 3 objects? Y/N? \n\nDelete 3 objects? Y/N? n\n");
+}
+
+TEST(AskYesNo, NoClearsPauseAndYesRestoresIt) {
+  runOptions.yes = 0;
+  runOptions.pause = 1;
+  ask("y");
+  EXPECT_EQ(runOptions.pause, 1u);
+  ask("n");
+  EXPECT_EQ(runOptions.pause, 0u);
+}
+
+TEST(AskYesNo, YesFlagAnswersWithoutAskingOrReading) {
+  runOptions.yes = 1;
+  InputFeed in("n");
+  StreamCapture err(stderr);
+  EXPECT_EQ(askYesNo("anything?"), 1);
+  EXPECT_EQ(err.finish(), "");
+  EXPECT_EQ(_getch(), 'n');  // the key is still there
+  runOptions.yes = 0;
+}
+
+TEST(AskYesNo, EndOfInputWaitsQuietlyWithoutSpinning) {
+  runOptions.yes = 0;
+  int errPipe[2];
+  ASSERT_EQ(pipe(errPipe), 0);
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    InputFeed in("q");  // one wrong key, then the end of input
+    dup2(errPipe[1], STDERR_FILENO);
+    close(errPipe[0]);
+    askYesNo("go?");
+    _exit(0);  // must never get here
+  }
+  close(errPipe[1]);
+  std::this_thread::sleep_for(std::chrono::milliseconds(400));
+  int statusValue = 0;
+  EXPECT_EQ(waitpid(child, &statusValue, WNOHANG), 0) << "askYesNo returned at the end of input";
+  kill(child, SIGKILL);
+  rusage usage{};
+  wait4(child, &statusValue, 0, &usage);
+  double cpuSeconds = static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+                      static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+  EXPECT_LT(cpuSeconds, 0.2);
+  std::string prompts;
+  char block[256];
+  ssize_t n;
+  while ((n = read(errPipe[0], block, sizeof block)) > 0) prompts.append(block, static_cast<std::size_t>(n));
+  close(errPipe[0]);
+  EXPECT_EQ(prompts, "go? Y/N? q\ngo? Y/N? ");
+}
+
+TEST(ConfirmAction, WithYesPrintsOnlyTheTitleAndPreparesTheOutputs) {
+  TempDir dir;
+  writeFileText(dir.file("map.pew"), "old");
+  projectPath.Set(dir.file("map.pew").c_str());
+  runOptions.yes = 1;
+  runOptions.backup = 0;
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
+  EXPECT_NE(confirmAction("Deleting Objects"), 0);
+  EXPECT_EQ(err.finish(), "");
+  EXPECT_EQ(out.finish(), "Deleting Objects\n");
+  EXPECT_EQ(std::string(outputs.rnp_GetFileName(1)), dir.file("map.pew"));
+  EXPECT_EQ(outputs.rnp_CloseOutputs(1), 1);  // release the prepared names
+  runOptions.yes = 0;
+}
+
+TEST(ConfirmAction, DeclinedLeavesTheOutputsAlone) {
+  TempDir dir;
+  writeFileText(dir.file("other.pew"), "old");
+  projectPath.Set(dir.file("other.pew").c_str());
+  runOptions.yes = 0;
+  InputFeed in("n");
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
+  EXPECT_EQ(confirmAction(nullptr), 0);
+  EXPECT_EQ(err.finish(), "are you sure you want to do this? Y/N? n\n");
+  EXPECT_EQ(out.finish(), "");
+  EXPECT_NE(std::string(outputs.rnp_GetFileName(1)), dir.file("other.pew"));
+}
+
+TEST(ConfirmAction, FolderThatCannotTakeFilesGivesZero) {
+  projectPath.Set("/nonexistent-folder/map.pew");
+  runOptions.yes = 1;
+  StreamCapture out(stdout);
+  EXPECT_EQ(confirmAction("Reducing"), 0);
+  out.finish();
+  runOptions.yes = 0;
+}
+
+TEST(FormatText, FormatsAndCutsAtFormatLengthPlus1023) {
+  std::string out;
+  formatText(out, "%d-%s", 7, "x");
+  EXPECT_EQ(out, "7-x");
+  std::string big(5000, 'a');
+  formatText(out, "%s12345678", big.c_str());  // a format of ten characters
+  EXPECT_EQ(out.size(), 1033u);
+  EXPECT_EQ(out, big.substr(0, 1033));
+  formatText(out, nullptr);
+  EXPECT_EQ(out, "");
+}
+
+TEST(WideToUtf8, ConvertsAndTreatsNullAsEmpty) {
+  std::string out = "old";
+  wideToUtf8(out, L"caf\u00e9 \u20ac \U0001F600");
+  EXPECT_EQ(out, "caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80");
+  wideToUtf8(out, nullptr);
+  EXPECT_EQ(out, "");
+}
+
+}  // namespace

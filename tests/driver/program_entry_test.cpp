@@ -1,0 +1,120 @@
+#include "driver/program_entry.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "driver/run_state.h"
+#include "input_feed.h"
+#include "run_test_support.h"
+#include "stream_capture.h"
+#include "temp_dir.h"
+
+namespace {
+
+TEST(VersionCheck, TooOldToolkitIsRefusedBeforeOptionsAreRead) {
+  RunResult r = runWith({"-q", "map"}, {7.69f, "7.69"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err,
+            "vorlan Version 1.96, Dll 7.69 \"map\"\n"
+            "Min zentu dll version required is 7.70, is 7.69\r\n");
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(runWith({"-q"}, {7.6989f, "7.6989"}).status, 1);
+}
+
+TEST(VersionCheck, ToolkitAtTheLimitPasses) {
+  EXPECT_FALSE(checkLibraryVersion(7.699f));
+  RunResult r = runWith({"-q"}, {7.699f, nullptr});
+  EXPECT_EQ(r.out, "=======*==========\n");
+  EXPECT_EQ(r.err.rfind("vorlan Version 1.96, Dll  \"no_file\"\nunknown -option character 'q'\nSyntax:\n", 0), 0u)
+      << r.err;
+  EXPECT_EQ(r.status, 1);
+}
+
+TEST(Banner, TitleIsTheFirstFileWordAsTyped) {
+  TempDir dir;
+  std::string project = writeProject(dir.file("map.pew"), 1);
+  std::string bare = dir.file("map");
+  auto bannerOf = [](const RunResult& r) { return r.err.substr(0, r.err.find('\n') + 1); };
+  EXPECT_EQ(bannerOf(runWith({bare})), "vorlan Version 1.96, Dll 7.70 \"map\"\n");
+  EXPECT_EQ(bannerOf(runWith({"-u", "+x", project})), "vorlan Version 1.96, Dll 7.70 \"map.pew\"\n");
+  EXPECT_EQ(bannerOf(runWith({"-u", "out.txt", project})), "vorlan Version 1.96, Dll 7.70 \"out.txt\"\n");
+  EXPECT_EQ(bannerOf(runWith({"-u", "folder/"})), "vorlan Version 1.96, Dll 7.70 \"folder/\"\n");
+  EXPECT_EQ(bannerOf(runWith({"-u"})), "vorlan Version 1.96, Dll 7.70 \"no_file\"\n");
+}
+
+TEST(Banner, ScanResumesAtWordThousandOnVeryLongCommandLines) {
+  std::vector<std::string> words(1001, "-u");
+  words[0] = "first";
+  words[999] = "thousandth";  // argv[1000]
+  RunResult r = runWith(words);
+  EXPECT_EQ(r.err.substr(0, r.err.find('\n')), "vorlan Version 1.96, Dll 7.70 \"thousandth\"");
+  words.push_back("later");
+  r = runWith(words);
+  EXPECT_EQ(r.err.substr(0, r.err.find('\n')), "vorlan Version 1.96, Dll 7.70 \"later\"");
+}
+
+TEST(RunGuarded, ExceptionsAreReportedAndGiveOne) {
+  runOptions.pause = 0;
+  struct Case {
+    std::function<int()> body;
+    std::string report;
+  } cases[] = {
+      {[]() -> int { throw "narrow text\n"; }, "narrow text\n"},
+      {[]() -> int { throw L"wide \u00e9\n"; }, "wide \xc3\xa9\n"},
+      {[]() -> int { throw 42; }, "exe returned code 42\n"},
+      {[]() -> int { throw std::runtime_error("x"); }, "unknown exception\n"},
+      {[]() -> int { return 9; }, ""},
+  };
+  for (const auto& c : cases) {
+    StreamCapture err(stderr);
+    int status = runGuarded(c.body);
+    EXPECT_EQ(err.finish(), c.report);
+    EXPECT_EQ(status, c.report.empty() ? 9 : 1);
+  }
+}
+
+TEST(RunGuarded, PauseWaitsForAKeyAfterTheRun) {
+  runOptions.pause = 1;
+  InputFeed keys("kx");
+  StreamCapture err(stderr);
+  EXPECT_EQ(runGuarded([]() -> int { throw 3; }), 1);
+  EXPECT_EQ(err.finish(), "exe returned code 3\n\nPress the ANY key\n");
+  runOptions.pause = 0;
+  char rest = 0;
+  EXPECT_EQ(read(STDIN_FILENO, &rest, 1), 1);
+  EXPECT_EQ(rest, 'x');  // exactly one key was taken
+}
+
+TEST(Program, ExitStatusAndBannerOfTheBuiltTool) {
+  TempDir dir;
+  std::string project = writeProject(dir.file("map.pew"), 2);
+  auto exitOf = [&](std::vector<std::string> words, std::string* err) {
+    std::string errFile = dir.file("stderr.txt");
+    pid_t child = fork();
+    if (child == 0) {
+      freopen("/dev/null", "w", stdout);
+      freopen(errFile.c_str(), "w", stderr);
+      std::vector<char*> argv{const_cast<char*>(VORLAN_BINARY)};
+      for (auto& w : words) argv.push_back(w.data());
+      argv.push_back(nullptr);
+      execv(VORLAN_BINARY, argv.data());
+      _exit(127);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (err) *err = readFileText(errFile);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  };
+  std::string err;
+  EXPECT_EQ(exitOf({project}, &err), 0);
+  EXPECT_EQ(err.substr(0, err.find('\n')), "vorlan Version 1.96, Dll 7.70 \"map.pew\"");
+  EXPECT_EQ(exitOf({dir.file("none")}, nullptr), 1);
+  writeFileText(dir.file("bad.pew"), "not a project");
+  EXPECT_EQ(exitOf({dir.file("bad.pew")}, nullptr), 3);
+}
+
+}  // namespace
