@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "console.h"
+#include "elevations/elevation_export.h"
 #include "file_tree.h"
 #include "run_state.h"
 #include "templates/statistics.h"
@@ -45,10 +46,11 @@ int dispatchAction(ActionCode code) {
       return runSelfTest();
     case ActionCode::ListTemplates:
       return listTemplates(*project, runOptions.separator);
-    case ActionCode::None:
-    case ActionCode::Analyse:
     case ActionCode::ExportElevations:
+      return exportElevations(*project, textFilePath.Get(), static_cast<unsigned>(runOptions.elevationFormat));
+    case ActionCode::None:
     case ActionCode::ImportElevations:
+    case ActionCode::Analyse:
     case ActionCode::DeleteObjects:
     case ActionCode::DeleteTemplates:
     case ActionCode::ImportObjects:

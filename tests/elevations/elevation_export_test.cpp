@@ -1,0 +1,181 @@
+#include "elevations/elevation_export.h"
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <string>
+
+#include "elevation_test_support.h"
+#include "elevations/height_text.h"
+#include "stream_capture.h"
+#include "temp_dir.h"
+
+namespace {
+
+struct Export {
+  int result;
+  std::string out, err, file;
+};
+
+Export exportTo(Vorlan& project, const std::string& name, unsigned format) {
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
+  int result = exportElevations(project, name.c_str(), format);
+  std::string errText = err.finish();
+  Export e{result, out.finish(), errText, ""};
+  if (std::filesystem::is_regular_file(name)) e.file = readFileText(name);
+  return e;
+}
+
+std::string printed(const char* format, float value) {
+  char text[400];
+  std::snprintf(text, sizeof text, format, static_cast<double>(value));
+  return text;
+}
+
+std::string formatted(float value, int width) {
+  char text[kHeightTextCapacity];
+  return std::string(text, formatHeight(text, value, width));
+}
+
+}  // namespace
+
+TEST(ElevationExport, AscOfATwoByTwoGrid) {
+  TempDir dir;
+  Vorlan project;
+  makeGrid(project, 2, 2, 10.0f, {1, 2, 3, 4});
+  Export e = exportTo(project, dir.file("heights.asc"), kElevationAsc);
+  EXPECT_EQ(e.result, 0);
+  EXPECT_EQ(e.out, "Exporting elevations to " + dir.file("heights.asc") + " in asc format...Done\n");
+  EXPECT_EQ(e.err, "");
+  EXPECT_EQ(e.file, ascHeader(2, 2, "10.0") + "1.00 2.00\r\n\r\n3.00 4.00\r\n\r\n");
+}
+
+TEST(ElevationExport, XyzOfATwoByThreeGridWithNegativeHeights) {
+  TempDir dir;
+  Vorlan project;
+  makeGrid(project, 2, 3, 12.25f, {1, -2, 3.456f, -1234567.0f, 0, -0.001f});
+  Export e = exportTo(project, dir.file("heights.xyz"), kElevationXyz);
+  EXPECT_EQ(e.result, 0);
+  EXPECT_EQ(e.out, "Exporting elevations to " + dir.file("heights.xyz") + " in xyz format...Done\n");
+  EXPECT_EQ(e.file,
+            "       0.00        0.00        1.00\r\n"
+            "      12.25        0.00       -2.00\r\n"
+            "       0.00       12.25        3.46\r\n"
+            "      12.25       12.25 -1234567.00\r\n"
+            "       0.00       24.50        0.00\r\n"
+            "      12.25       24.50       -0.00\r\n");
+  // The asc header rounds the cell size to one decimal.
+  std::string header = ascHeader(2, 3, "12.2");
+  EXPECT_EQ(exportTo(project, dir.file("heights.asc"), kElevationAsc).file.substr(0, header.size()), header);
+}
+
+TEST(ElevationExport, GridsWithoutRowsOrColumns) {
+  TempDir dir;
+  Vorlan project;
+  makeGrid(project, 3, 0, 10.0f);
+  Export asc = exportTo(project, dir.file("none.asc"), kElevationAsc);
+  EXPECT_EQ(asc.result, 0);
+  EXPECT_EQ(asc.file, ascHeader(3, 0, "10.0"));
+  Export xyz = exportTo(project, dir.file("none.xyz"), kElevationXyz);
+  EXPECT_EQ(xyz.result, 0);
+  EXPECT_EQ(xyz.file, "");
+
+  makeGrid(project, 0, 2, 10.0f);
+  EXPECT_EQ(exportTo(project, dir.file("empty.asc"), kElevationAsc).file, ascHeader(0, 2, "10.0") + "\r\n\r\n");
+  EXPECT_EQ(exportTo(project, dir.file("empty.xyz"), kElevationXyz).file, "");
+}
+
+TEST(ElevationExport, RefusesMissingNamesUncreatableFilesAndUnknownFormats) {
+  TempDir dir;
+  Vorlan project;
+  makeGrid(project, 2, 2, 10.0f, {1, 2, 3, 4});
+
+  for (const char* name : {static_cast<const char*>(nullptr), ""}) {
+    StreamCapture out(stdout);
+    StreamCapture err(stderr);
+    EXPECT_EQ(exportElevations(project, name, kElevationAsc), 1);
+    EXPECT_EQ(err.finish(), "no output file\n");
+    EXPECT_EQ(out.finish(), "");
+  }
+
+  std::string missingFolder = dir.file("no/such/folder.asc");
+  Export e = exportTo(project, missingFolder, kElevationAsc);
+  EXPECT_EQ(e.result, 1);
+  EXPECT_EQ(e.err, "cannot create output file " + missingFolder + "\n");
+  EXPECT_EQ(e.out, "");
+
+  writeFileText(dir.file("old.txt"), "old content");
+  e = exportTo(project, dir.file("old.txt"), 2);
+  EXPECT_EQ(e.result, 1);
+  EXPECT_EQ(e.out, "Exporting elevations to " + dir.file("old.txt") + " in xyz format...Done\n");
+  EXPECT_EQ(e.err, "");
+  EXPECT_EQ(e.file, "");
+}
+
+TEST(ElevationExport, AFailedWriteIsReported) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
+  Vorlan project;
+  makeGrid(project, 300, 300, 10.0f);
+  Export e = exportTo(project, "/dev/full", kElevationAsc);
+  EXPECT_EQ(e.result, 1);
+  EXPECT_EQ(e.out, "Exporting elevations to /dev/full in asc format...Done\n");
+  EXPECT_EQ(e.err, "cannot write output file /dev/full: " + std::string(std::strerror(ENOSPC)) + "\n");
+}
+
+TEST(ElevationExport, WritesLargeGridsInPiecesWithoutLosingAByte) {
+  // Enough heights to fill the piece buffer many times over.
+  TempDir dir;
+  Vorlan project;
+  std::vector<float> heights(300 * 200);
+  for (std::size_t i = 0; i < heights.size(); ++i) heights[i] = static_cast<float>(i) * 0.37f - 5000.0f;
+  makeGrid(project, 300, 200, 2.5f, heights);
+  std::string asc = ascHeader(300, 200, "2.5"), xyz;
+  for (std::size_t r = 0; r < 200; ++r) {
+    for (std::size_t c = 0; c < 300; ++c) {
+      float h = heights[r * 300 + c];
+      asc += printed("%.2f", h) + (c + 1 < 300 ? " " : "\r\n");
+      char line[100];
+      std::snprintf(line, sizeof line, "%11.2f %11.2f %11.2f\r\n", c * 2.5, r * 2.5, static_cast<double>(h));
+      xyz += line;
+    }
+    asc += "\r\n";
+  }
+  EXPECT_EQ(exportTo(project, dir.file("big.asc"), kElevationAsc).file, asc);
+  EXPECT_EQ(exportTo(project, dir.file("big.xyz"), kElevationXyz).file, xyz);
+}
+
+TEST(HeightText, MatchesPrintfOnAwkwardValues) {
+  const float values[] = {0.0f, -0.0f, 0.005f, 0.015f, 0.125f, 0.375f, -0.125f, 2.675f, 1.005f, -0.001f, -0.004999f,
+                          0.994999f, 0.995f, 9.995f, 99.995f, -99.995f, 1e-45f, -1e-45f, FLT_MIN, 1.0f / 3.0f,
+                          // around 2^52 / 100, where the quick rounding hands over
+                          45035996273704.96f, 45035996273704.0f, 4.5035996e13f, 4.5036e13f, 16777217.0f,
+                          123456789.0f, 1e20f, -1e20f, 3e38f, FLT_MAX, -FLT_MAX, INFINITY, -INFINITY, NAN, -NAN};
+  for (float v : values) {
+    EXPECT_EQ(formatted(v, 0), printed("%.2f", v)) << v;
+    EXPECT_EQ(formatted(v, 11), printed("%11.2f", v)) << v;
+  }
+}
+
+TEST(HeightText, MatchesPrintfOnRandomFloats) {
+  std::mt19937 random(12345);
+  std::uniform_int_distribution<std::uint32_t> bits;
+  std::uniform_real_distribution<float> terrain(-2000.0f, 9000.0f);
+  for (int i = 0; i < 200000; ++i) {
+    std::uint32_t b = bits(random);
+    float any;
+    std::memcpy(&any, &b, sizeof any);
+    float height = terrain(random);
+    // Exactly representable hundredths and halves of them test the rounding.
+    float tie = static_cast<float>(static_cast<int>(b % 200000) - 100000) / 8.0f;
+    for (float v : {any, height, tie}) {
+      ASSERT_EQ(formatted(v, 0), printed("%.2f", v)) << v;
+      ASSERT_EQ(formatted(v, 11), printed("%11.2f", v)) << v;
+    }
+  }
+}
