@@ -4,6 +4,7 @@
 
 #include "console.h"
 #include "elevations/elevation_export.h"
+#include "elevations/elevation_import.h"
 #include "file_tree.h"
 #include "run_state.h"
 #include "templates/statistics.h"
@@ -48,8 +49,9 @@ int dispatchAction(ActionCode code) {
       return listTemplates(*project, runOptions.separator);
     case ActionCode::ExportElevations:
       return exportElevations(*project, textFilePath.Get(), static_cast<unsigned>(runOptions.elevationFormat));
-    case ActionCode::None:
     case ActionCode::ImportElevations:
+      return importElevations(*project, textFilePath.Get());
+    case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::DeleteObjects:
     case ActionCode::DeleteTemplates:

@@ -1,0 +1,156 @@
+// Whole runs of the program with the elevation actions: what reaches the
+// files, and that a failed import leaves the project as it was.
+#include <poll.h>
+#include <pty.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "driver/run_test_support.h"
+#include "elevation_test_support.h"
+#include "elevations/elevation_import.h"
+#include "fixture_builder.h"
+#include "input_feed.h"
+#include "status.h"
+#include "stream_capture.h"
+#include "temp_dir.h"
+
+namespace {
+
+std::string writeGridProject(const std::string& name, std::uint32_t columns, std::uint32_t rows,
+                             std::vector<float> heights) {
+  ProjectFixture f;
+  f.grid(columns, rows, 10.0f, std::move(heights));
+  f.addTemplate(1, "ca\\rock.p3d", "rock");
+  f.addObject(1).at(5, 5, 1);
+  return f.writeTo(name);
+}
+
+std::vector<float> savedHeights(const std::string& name) {
+  Vorlan project;
+  EXPECT_EQ(project.pew_Open(name.c_str(), 0, nullptr, nullptr, 0), status::kOk);
+  return heightsOf(project);
+}
+
+// Standard input is a terminal on which a key has been typed.
+class TypedKey {
+ public:
+  explicit TypedKey(char key) {
+    if (openpty(&controller_, &terminal_, nullptr, nullptr, nullptr) != 0) return;
+    termios settings;
+    tcgetattr(terminal_, &settings);
+    settings.c_lflag &= static_cast<tcflag_t>(~ICANON);
+    tcsetattr(terminal_, TCSANOW, &settings);
+    if (write(controller_, &key, 1) != 1) return;
+    // The key travels to the terminal side asynchronously: wait for it.
+    pollfd arrived{terminal_, POLLIN, 0};
+    if (poll(&arrived, 1, 5000) != 1) return;
+    saved_ = dup(STDIN_FILENO);
+    dup2(terminal_, STDIN_FILENO);
+  }
+  ~TypedKey() {
+    if (saved_ >= 0) {
+      dup2(saved_, STDIN_FILENO);
+      close(saved_);
+    }
+    if (terminal_ >= 0) close(terminal_);
+    if (controller_ >= 0) close(controller_);
+  }
+  TypedKey(const TypedKey&) = delete;
+  TypedKey& operator=(const TypedKey&) = delete;
+  bool ready() const { return saved_ >= 0; }
+  bool keyLeft() const {
+    pollfd waiting{STDIN_FILENO, POLLIN, 0};
+    return poll(&waiting, 1, 0) == 1;
+  }
+
+ private:
+  int controller_ = -1, terminal_ = -1, saved_ = -1;
+};
+
+}  // namespace
+
+TEST(ElevationRun, AnImportThatFitsIsSaved) {
+  TempDir dir;
+  std::string project = writeGridProject(dir.file("map.pew"), 2, 2, {1, 2, 3, 4});
+  writeFileText(dir.file("new.asc"), ascHeader(2, 2, "10.0") + "5.5 6.25\r\n\r\n-7 8\r\n\r\n");
+  RunResult r = runWith({"-IEY", dir.file("map"), dir.file("new.asc")});
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find("Import Elevations\nImporting elevations from " + dir.file("new.asc") +
+                       "...\nncols 2nrows 2xllcorner 0.0yllcorner 0.0cellsize 10.0NODATA_value -9999..Done\n"),
+            std::string::npos)
+      << r.out;
+  EXPECT_NE(r.err.find("Creating "), std::string::npos);
+  EXPECT_EQ(savedHeights(project), (std::vector<float>{5.5f, 6.25f, -7, 8}));
+
+  writeFileText(dir.file("new.xyz"), "0 0 9\r\n10 0 8\r\n0 10 7\r\n10 10 6\r\n");
+  r = runWith({"-IEY", dir.file("map"), dir.file("new.xyz")});
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(savedHeights(project), (std::vector<float>{9, 8, 7, 6}));
+}
+
+TEST(ElevationRun, EveryFailedImportLeavesTheProjectByteIdentical) {
+  TempDir dir;
+  std::string project = writeGridProject(dir.file("map.pew"), 2, 2, {1, 2, 3, 4});
+  const std::vector<unsigned char> before = readFileBytes(project);
+  const std::vector<std::string> files = {
+      ascHeader(3, 2, "10.0") + "1 2 3 4 5 6",               // sizes
+      ascHeader(2, 2, "10.5") + "1 2 3 4",                   // cell size
+      ascHeader(2, 2, "10.0") + "1 2 3",                     // one height short
+      "ncols 2\r\nnrows 2\r\nxllcorner -1\r\n",               // the sentinel
+      "ncols 2\r\nnrows 2\r\n",                               // header cut short
+      "5 0 1\r\n",                                            // xyz not starting at 0 0
+      "0 0 1\r\n10 0 2\r\n0 10 3\r\n",                        // xyz short
+      "0 0 1\r\n10 0 2\r\n20 0 3\r\n0 10 4\r\n",              // xyz rows too long
+  };
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    writeFileText(dir.file("bad.txt"), files[i]);
+    RunResult r = runWith({"-IEY", dir.file("map"), dir.file("bad.txt")});
+    EXPECT_EQ(r.status, 1) << files[i];
+    EXPECT_EQ(r.err.find("Creating"), std::string::npos) << files[i];
+    EXPECT_EQ(readFileBytes(project), before) << files[i];
+  }
+  RunResult missing = runWith({"-IEY", dir.file("map"), dir.file("none.asc")});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_NE(missing.err.find("cannot read input file " + dir.file("none.asc") + "\n"), std::string::npos);
+
+  writeFileText(dir.file("good.asc"), ascHeader(2, 2, "10.0") + "5 6 7 8");
+  InputFeed no("n");
+  RunResult declined = runWith({"-IE", dir.file("map"), dir.file("good.asc")});
+  EXPECT_EQ(declined.status, 1);
+  EXPECT_EQ(declined.out.find("Importing"), std::string::npos);
+  EXPECT_EQ(readFileBytes(project), before);
+  EXPECT_EQ(std::vector<std::string>(), [&] {
+    std::vector<std::string> left;  // no temporary or backup files either
+    for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
+      if (entry.path().filename().string()[0] == '.') left.push_back(entry.path().string());
+    return left;
+  }());
+}
+
+TEST(ElevationRun, AKeyPressedAtTheConsoleAbandonsAnAscImport) {
+  Vorlan project;
+  makeGrid(project, 2, 2, 10.0f, {1, 2, 3, 4});
+  TempDir dir;
+  writeFileText(dir.file("new.asc"), ascHeader(2, 2, "10.0") + "5 6 7 8");
+  TypedKey key('q');
+  if (!key.ready()) GTEST_SKIP() << "no pseudo-terminal here";
+  StreamCapture out(stdout);
+  int result = readElevationFile(project, dir.file("new.asc").c_str());
+  std::string outText = out.finish();
+  EXPECT_EQ(result, 1);
+  EXPECT_EQ(outText.substr(outText.size() - 1), ".");  // stopped before the first row was read
+  EXPECT_FALSE(key.keyLeft());                          // the key was taken
+  EXPECT_EQ(heightsOf(project), (std::vector<float>{1, 2, 3, 4}));
+  // With no key waiting, the same terminal lets the import run through.
+  StreamCapture again(stdout);
+  result = readElevationFile(project, dir.file("new.asc").c_str());
+  again.finish();
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(heightsOf(project), (std::vector<float>{5, 6, 7, 8}));
+}

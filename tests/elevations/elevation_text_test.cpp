@@ -1,0 +1,150 @@
+#include "elevations/elevation_text.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "stream_capture.h"
+
+namespace {
+
+// What the asc body reader must give for a token: strtod's value narrowed
+// to float, compared bit for bit (NaNs by their sign only).
+void expectStrtodValue(const std::string& token) {
+  std::string text = token + " next";
+  float value = -12345.0f;
+  const char* end = readAscValue(text.c_str(), value);
+  float expected = static_cast<float>(std::strtod(text.c_str(), nullptr));
+  if (std::isnan(expected)) {
+    EXPECT_TRUE(std::isnan(value)) << token;
+    EXPECT_EQ(std::signbit(value), std::signbit(expected)) << token;
+  } else {
+    std::uint32_t a, b;
+    std::memcpy(&a, &value, 4);
+    std::memcpy(&b, &expected, 4);
+    EXPECT_EQ(a, b) << token << ": " << value << " instead of " << expected;
+  }
+  EXPECT_EQ(end, text.c_str() + token.size()) << token;
+}
+
+struct Read {
+  std::string out, err;
+};
+
+}  // namespace
+
+TEST(AscValue, AwkwardTokensGiveStrtodsValue) {
+  for (const char* token :
+       {"0", "-0", "-0.00", "40.86", "-40.86", "7.", ".5", "-.5", "+5", "+12.25", "0.1", "0.3", "1e5", "-1.5E-3",
+        "2.5e+2", "1e", "1e+", "3e38", "3.4028235e38", "3.5e38", "1e400", "-1e400", "1e-50", "1.4e-45",
+        // halfway between two floats, as decimal text, and either side
+        "16777217", "16777217.0000001", "16777216.9999999", "0.100000001490116119384765625",
+        "1.00000005960464477539062", "1.000000059604644775390625", "1.00000005960464477539063",
+        // more digits than the quick conversion takes
+        "12345678901234567890", "0.00000000000000000001234", "9007199254740993", "123456789012345678.5",
+        "0000000000000000000000012.5", "1.7976931348623157e308",
+        // words strtod knows, and text that is no number
+        "nan", "NaN", "-nan", "nan(123)", "inf", "-inf", "INFINITY", "infinite", "0x1p4", "-0x1.8p1", "abc", "-",
+        ".", "-.", "+", "1.2.3", "12abc", "--5", "1,5", "\v7"}) {
+    expectStrtodValue(token);
+  }
+}
+
+TEST(AscValue, RandomTokensGiveStrtodsValue) {
+  std::mt19937_64 random(7);
+  std::uniform_int_distribution<std::uint64_t> bits;
+  std::uniform_real_distribution<double> terrain(-500.0, 5000.0);
+  char token[64];
+  for (int i = 0; i < 100000; ++i) {
+    std::uint64_t b = bits(random);
+    double any;
+    std::memcpy(&any, &b, sizeof any);
+    static const char* const formats[] = {"%.2f", "%.17g", "%.9g", "%.3f", "%.20f"};
+    std::snprintf(token, sizeof token, formats[i % 5], i % 2 ? terrain(random) : (i % 5 == 4 ? any * 1e-300 : any));
+    if (std::isnan(any) && i % 2 == 0) continue;
+    expectStrtodValue(token);
+  }
+}
+
+TEST(AscValue, PositionMovesToTheNextBlankWhereverStrtodStopped) {
+  std::string text = "12abc\t-3x\rnan(q) 5\n\v 6";
+  float value;
+  const char* p = readAscValue(text.c_str(), value);
+  EXPECT_EQ(value, 12.0f);
+  EXPECT_EQ(*p, '\t');
+  p = readAscValue(skipAscBlanks(p), value);
+  EXPECT_EQ(value, -3.0f);
+  EXPECT_EQ(*p, '\r');
+  p = readAscValue(skipAscBlanks(p), value);
+  EXPECT_TRUE(std::isnan(value));
+  p = readAscValue(skipAscBlanks(p), value);
+  EXPECT_EQ(value, 5.0f);
+  // A vertical tab is no blank: strtod reads past it, the position does not.
+  p = readAscValue(skipAscBlanks(p), value);
+  EXPECT_EQ(value, 6.0f);
+  EXPECT_EQ(std::string(p), " 6");
+  std::string last = "8.25";
+  EXPECT_EQ(readAscValue(last.c_str(), value), last.c_str() + 4);
+  EXPECT_EQ(value, 8.25f);
+}
+
+class HeaderLines : public ::testing::Test {
+ protected:
+  Read read(const std::string& file, const std::function<void(ElevationText&)>& body) {
+    text_ = file;
+    ElevationText text(text_.c_str(), "grid.asc");
+    StreamCapture out(stdout);
+    StreamCapture err(stderr);
+    body(text);
+    std::string errText = err.finish();
+    return {out.finish(), errText};
+  }
+  std::string text_;
+};
+
+TEST_F(HeaderLines, LongLinesAreCutButPassedOverWholeAndNoReadPassesTheEnd) {
+  std::string longLine = "ncols 5" + std::string(5000, ' ') + "tail";
+  std::optional<long> columns, rows;
+  Read r = read(longLine + "\r\nnrows 6\r\n", [&](ElevationText& t) {
+    columns = t.readHeaderInt("ncols ");
+    rows = t.readHeaderInt("nrows ");
+  });
+  EXPECT_EQ(columns, 5);
+  EXPECT_EQ(rows, 6);
+  EXPECT_EQ(r.out, longLine.substr(0, ElevationText::kHeaderLineMax) + "nrows 6");
+  // A carriage return as the very last byte: nothing runs past the end.
+  bool atEnd = false;
+  read("ncols 2\r", [&](ElevationText& t) {
+    columns = t.readHeaderInt("ncols ");
+    atEnd = t.atEnd();
+  });
+  EXPECT_EQ(columns, 2);
+  EXPECT_TRUE(atEnd);
+}
+
+TEST_F(HeaderLines, XyzPointsSkipNumbersByDigitsAndPoints) {
+  std::vector<XyzPoint> points;
+  read(
+      "       0.00        0.00      -12.50\r\n"
+      "  -10.5 20.25 -0.5\r\n"
+      "1e2 7 9\r\n"  // y is read at the exponent, which then counts as the second number
+      "3 4\r\n"
+      "5 6 7",
+      [&points](ElevationText& t) {
+        XyzPoint p;
+        while (t.readXyzLine(p)) points.push_back(p);
+      });
+  ASSERT_EQ(points.size(), 5u);
+  auto xyz = [](const XyzPoint& p) { return std::vector<float>{p.x, p.y, p.z}; };
+  EXPECT_EQ(xyz(points[0]), (std::vector<float>{0, 0, -12.5f}));
+  EXPECT_EQ(xyz(points[1]), (std::vector<float>{-10.5f, 20.25f, -0.5f}));
+  EXPECT_EQ(xyz(points[2]), (std::vector<float>{100, 0, 7}));
+  EXPECT_EQ(xyz(points[3]), (std::vector<float>{3, 4, 0}));  // a missing number is 0, not the next line's
+  EXPECT_EQ(xyz(points[4]), (std::vector<float>{5, 6, 7}));  // the last line needs no line end
+}
