@@ -6,6 +6,7 @@
 #include "file_tree.h"
 #include "run_state.h"
 #include "templates/statistics.h"
+#include "world_export.h"
 
 int walkFolder(const char* folder) {
   FileTreeEx listing;
@@ -45,6 +46,8 @@ int dispatchAction(ActionCode code) {
       return runSelfTest();
     case ActionCode::ListTemplates:
       return listTemplates(*project, runOptions.separator);
+    case ActionCode::ExportWrp:
+      return exportWorld();
     case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::ExportElevations:
@@ -58,7 +61,6 @@ int dispatchAction(ActionCode code) {
     case ActionCode::AddTemplates:
     case ActionCode::ExportTemplates:
     case ActionCode::ImportTemplates:
-    case ActionCode::ExportWrp:
     case ActionCode::ReduceAll:
     case ActionCode::ListDuplicates:
     case ActionCode::RemoveDuplicates:

@@ -156,6 +156,11 @@ TEST_P(Case, Runs) {
       compareOrUpdate(entry.path(), readFileText(run.file(name)), name);
     }
   }
+  if (fs::exists(expected / "absent")) {
+    std::string names = readFileText((expected / "absent").string());
+    for (const std::string& name : splitArgs(names))
+      EXPECT_FALSE(fs::exists(run.path() / name)) << "the run left " << name;
+  }
   if (fs::exists(expected / "unchanged")) {
     EXPECT_EQ(readFileBytes(pew), before) << "map.pew changed";
   }
