@@ -13,6 +13,25 @@ bool Contains(const HideSet* set, const ConfigMacro* macro) {
   return false;
 }
 
+// Adds to a count of held tokens for as long as it lives.
+class Hold {
+ public:
+  Hold(std::size_t& counter, std::size_t amount) : counter_(counter), amount_(amount) { counter_ += amount_; }
+  ~Hold() { counter_ -= amount_; }
+  Hold(const Hold&) = delete;
+  Hold& operator=(const Hold&) = delete;
+
+ private:
+  std::size_t& counter_;
+  std::size_t amount_;
+};
+
+std::size_t CountTokens(const std::vector<std::vector<Token>>& args) {
+  std::size_t n = 0;
+  for (const auto& arg : args) n += arg.size();
+  return n;
+}
+
 Token Placemarker() {
   Token t;
   t.kind = TokenKind::kPlacemarker;
@@ -77,6 +96,7 @@ bool MacroExpander::Expand(const Token& token) {
     }
     Token close;
     std::vector<Tokens> args = ReadArguments(*macro, token, &close);
+    Hold holdArgs(held_, CountTokens(args));
     const HideSet* hide = Add(Intersect(token.hide, close.hide), macro, token);
     result = Substitute(*macro, token, args, hide);
   }
@@ -110,7 +130,10 @@ std::vector<MacroExpander::Tokens> MacroExpander::ReadArguments(const ConfigMacr
       args.emplace_back();
       continue;
     }
-    CheckLength(++total, use);
+    // Arguments read again inside other arguments are work like new tokens,
+    // and all the arguments being expanded at once must fit in memory.
+    if (depth_ > 0) Produced(1, use);
+    CheckLength(held_ + ++total, use);
     args.back().push_back(t);
   }
   if (macro.params.empty() && args.size() == 1 && args[0].empty()) args.clear();
@@ -214,6 +237,7 @@ MacroExpander::Tokens MacroExpander::ExpandArgument(const Tokens& arg, const Tok
   }
   Tokens saved;
   saved.swap(pending_);
+  Hold holdSaved(held_, saved.size());
   bool savedLimited = limited_;
   pending_.assign(arg.rbegin(), arg.rend());
   limited_ = true;
@@ -224,7 +248,7 @@ MacroExpander::Tokens MacroExpander::ExpandArgument(const Tokens& arg, const Tok
     if (t.kind == TokenKind::kEnd) break;
     if (Expand(t)) continue;
     out.push_back(t);
-    CheckLength(out.size(), use);
+    CheckLength(held_ + out.size(), use);
   }
   --depth_;
   pending_.swap(saved);

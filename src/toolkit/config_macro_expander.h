@@ -78,6 +78,7 @@ class MacroExpander {
   Tokens pending_;        // tokens to read before the source, the next one last
   bool limited_ = false;  // pending_ holds all there is to read (an argument being expanded)
   int depth_ = 0;         // arguments being expanded inside each other
+  std::size_t held_ = 0;  // tokens kept by expansions in progress (arguments, set-aside queues)
   std::size_t produced_ = 0;
   std::deque<HideSet> hideNodes_;
   TextArena texts_;

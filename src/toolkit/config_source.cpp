@@ -148,8 +148,11 @@ void ConfigSource::Locate(std::size_t offset, int* line, int* column) const {
   std::size_t at = std::min(OriginalOffset(offset), layout.size());
   auto begin = layout.begin();
   *line = 1 + static_cast<int>(std::count(begin, begin + static_cast<std::ptrdiff_t>(at), '\n'));
-  std::size_t lineStart = at == 0 ? 0 : layout.rfind('\n', at - 1);
-  lineStart = lineStart == std::string::npos ? 0 : lineStart + 1;
+  std::size_t lineStart = 0;
+  if (at > 0) {
+    std::size_t newline = layout.rfind('\n', at - 1);
+    if (newline != std::string::npos) lineStart = newline + 1;
+  }
   *column = static_cast<int>(at - lineStart) + 1;
 }
 
