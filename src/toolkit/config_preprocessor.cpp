@@ -118,7 +118,7 @@ void ConfigPreprocessor::Directive(const Token& hash) {
   }
   std::string_view name = word.text;
   if (name == "define") {
-    Define(hash);
+    Define();
   } else if (name == "undef") {
     Token macro = LineToken();
     if (macro.kind != TokenKind::kIdent) {
@@ -142,8 +142,7 @@ void ConfigPreprocessor::Directive(const Token& hash) {
   }
 }
 
-void ConfigPreprocessor::Define(const Token& hash) {
-  (void)hash;
+void ConfigPreprocessor::Define() {
   Token name = LineToken();
   if (name.kind != TokenKind::kIdent) {
     Fail(status::kConfigSyntax, name, "expected a macro name after #define, found " + OnLine(name));

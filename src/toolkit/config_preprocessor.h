@@ -51,7 +51,7 @@ class ConfigPreprocessor : private ConfigTokenSource {
   void Push(std::unique_ptr<ConfigSource> source);
   bool LeaveFile();
   void Directive(const Token& hash);
-  void Define(const Token& hash);
+  void Define();
   void Include(const Token& hash);
   void IfDefined(const Token& hash, const Token& word, bool wantDefined);
   void Else(const Token& hash);
