@@ -8,6 +8,7 @@
 #include "file_tree.h"
 #include "run_state.h"
 #include "templates/statistics.h"
+#include "world_export.h"
 
 int walkFolder(const char* folder) {
   FileTreeEx listing;
@@ -51,6 +52,8 @@ int dispatchAction(ActionCode code) {
       return exportElevations(*project, textFilePath.Get(), static_cast<unsigned>(runOptions.elevationFormat));
     case ActionCode::ImportElevations:
       return importElevations(*project, textFilePath.Get());
+    case ActionCode::ExportWrp:
+      return exportWorld();
     case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::DeleteObjects:
@@ -62,7 +65,6 @@ int dispatchAction(ActionCode code) {
     case ActionCode::AddTemplates:
     case ActionCode::ExportTemplates:
     case ActionCode::ImportTemplates:
-    case ActionCode::ExportWrp:
     case ActionCode::ReduceAll:
     case ActionCode::ListDuplicates:
     case ActionCode::RemoveDuplicates:
