@@ -34,6 +34,15 @@ const char* skipNumber(const char* p) {
   return p;
 }
 
+// strtod's value of the text at p, narrowed to float.
+float readNumber(const char* p) {
+  const char* q = p;
+  while (*q == ' ' || *q == '\t') ++q;
+  double quick;
+  if (quickDecimal(q, quick)) return static_cast<float>(quick);
+  return static_cast<float>(parseDouble(p, nullptr));
+}
+
 }  // namespace
 
 const char* readAscValueSlowly(const char* p, float& value) {
@@ -116,10 +125,10 @@ bool ElevationText::readXyzLine(XyzPoint& point) {
   char line[kXyzLineMax + 1];
   if (!readLine(line, sizeof line)) return false;
   const char* p = line;
-  point.x = static_cast<float>(parseDouble(p, nullptr));
+  point.x = readNumber(p);
   p = skipNumber(p);
-  point.y = static_cast<float>(parseDouble(p, nullptr));
+  point.y = readNumber(p);
   p = skipNumber(p);
-  point.z = static_cast<float>(parseDouble(p, nullptr));
+  point.z = readNumber(p);
   return true;
 }

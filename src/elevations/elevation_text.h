@@ -27,23 +27,19 @@ inline unsigned digitValue(char c) { return static_cast<unsigned char>(c - '0');
 // readAscValue for the text the fast path leaves: strtod's value.
 const char* readAscValueSlowly(const char* p, float& value);
 
-// Converts the height at p (which stands on neither a blank nor the end) as
-// strtod does, narrowed to float, and returns the position of the next
-// blank or of the end, wherever strtod stopped.
-//
-// Heights as the export writes them, an optional minus, digits and a point,
-// are converted here. With at most 19 digits in all, an integer significand
-// up to 2^53 and a power of ten up to 10^19 are exact doubles, so one
-// division rounds exactly as strtod does. Everything else (a plus sign, an
-// exponent, "nan", "inf", hexadecimal, junk) goes to the strtod-identical
-// parser.
-inline const char* readAscValue(const char* p, float& value) {
+// Plain decimal text as the exports write it: an optional minus, digits and
+// a point, at most 19 digits in all, followed by a blank or the end of the
+// data. Sets `value` to strtod's value of it and returns its end; null for
+// any other text. An integer significand up to 2^53 and a power of ten up
+// to 10^19 are exact doubles, so the one division rounds exactly as strtod
+// does.
+inline const char* quickDecimal(const char* p, double& value) {
   using elevation_detail::digitValue;
   const char* q = p;
   bool negative = *q == '-';
   q += negative;
   // A longer run of digits wraps the significand around, harmlessly: the
-  // count then sends the text to the general path.
+  // count then refuses the text.
   std::uint64_t significand = 0;
   const char* digits = q;
   for (unsigned d; (d = digitValue(*q)) < 10; ++q) significand = significand * 10 + d;
@@ -64,10 +60,22 @@ inline const char* readAscValue(const char* p, float& value) {
     }
     count += fraction;
   }
-  if (count >= 1 && count <= 19 && isAscBlankOrEnd(*q) && significand <= (std::uint64_t{1} << 53)) {
-    double v = static_cast<double>(significand) / elevation_detail::kExactPowers[fraction];
-    value = static_cast<float>(negative ? -v : v);
-    return q;
+  if (count < 1 || count > 19 || !isAscBlankOrEnd(*q) || significand > (std::uint64_t{1} << 53)) return nullptr;
+  double v = static_cast<double>(significand) / elevation_detail::kExactPowers[fraction];
+  value = negative ? -v : v;
+  return q;
+}
+
+// Converts the height at p (which stands on neither a blank nor the end) as
+// strtod does, narrowed to float, and returns the position of the next
+// blank or of the end, wherever strtod stopped. Text other than plain
+// decimals (a plus sign, an exponent, "nan", "inf", hexadecimal, junk) goes
+// to the strtod-identical parser.
+inline const char* readAscValue(const char* p, float& value) {
+  double quick;
+  if (const char* end = quickDecimal(p, quick)) {
+    value = static_cast<float>(quick);
+    return end;
   }
   return readAscValueSlowly(p, value);
 }

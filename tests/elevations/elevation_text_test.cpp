@@ -14,23 +14,33 @@
 
 namespace {
 
-// What the asc body reader must give for a token: strtod's value narrowed
-// to float, compared bit for bit (NaNs by their sign only).
-void expectStrtodValue(const std::string& token) {
-  std::string text = token + " next";
-  float value = -12345.0f;
-  const char* end = readAscValue(text.c_str(), value);
-  float expected = static_cast<float>(std::strtod(text.c_str(), nullptr));
+void expectSameFloat(float value, float expected, const std::string& token) {
   if (std::isnan(expected)) {
     EXPECT_TRUE(std::isnan(value)) << token;
     EXPECT_EQ(std::signbit(value), std::signbit(expected)) << token;
-  } else {
-    std::uint32_t a, b;
-    std::memcpy(&a, &value, 4);
-    std::memcpy(&b, &expected, 4);
-    EXPECT_EQ(a, b) << token << ": " << value << " instead of " << expected;
+    return;
   }
+  std::uint32_t a, b;
+  std::memcpy(&a, &value, 4);
+  std::memcpy(&b, &expected, 4);
+  EXPECT_EQ(a, b) << token << ": " << value << " instead of " << expected;
+}
+
+// What the asc body reader and the xyz point reader (for the third number)
+// must give for a token: strtod's value narrowed to float, bit for bit.
+void expectStrtodValue(const std::string& token) {
+  std::string text = token + " next";
+  float expected = static_cast<float>(std::strtod(text.c_str(), nullptr));
+  float value = -12345.0f;
+  const char* end = readAscValue(text.c_str(), value);
+  expectSameFloat(value, expected, token);
   EXPECT_EQ(end, text.c_str() + token.size()) << token;
+
+  std::string line = "0 0  " + token + "\r\n";
+  ElevationText xyz(line.c_str(), "points.xyz");
+  XyzPoint point;
+  ASSERT_TRUE(xyz.readXyzLine(point));
+  expectSameFloat(point.z, expected, token);
 }
 
 struct Read {
