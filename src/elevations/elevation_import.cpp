@@ -61,18 +61,25 @@ bool keyPressed() {
   return true;
 }
 
-int finishAsc() {
+int allHeightsRead() {
   std::fputs("Done\n", stdout);
   return 0;
 }
 
+// The progress dot of one row, shown at once on a console.
+void showProgressDot() {
+  std::fputc('.', stdout);
+  std::fflush(stdout);
+}
+
 // The end of the data came after the height at (row, column), or before any
-// height when nothing was read.
+// height when nothing was read. That is fine only right after the grid's
+// last height, or when the grid has none.
 int endOfAscData(const ElevationText& text, const char* headerEnd, const AscHeader& header, long row, long column,
                  bool anyRead) {
-  if (anyRead ? row + 1 == header.rows && column + 1 == header.columns : header.rows <= 0 || header.columns <= 0) {
-    return finishAsc();
-  }
+  bool complete = anyRead ? row + 1 == header.rows && column + 1 == header.columns
+                          : header.rows <= 0 || header.columns <= 0;
+  if (complete) return allHeightsRead();
   const char* at = text.position();
   std::size_t shown = std::min({kRemainderShown, static_cast<std::size_t>(at - headerEnd), std::strlen(at)});
   std::fputs("bad float values in asc file\n", stderr);
@@ -89,14 +96,14 @@ int readAscHeights(ElevationText& text, const AscHeader& header, ElevationGrid& 
   float* heights = grid.heights;
   const long columns = std::max(header.columns, 0L);
   for (long r = 0; r < header.rows; ++r) {
-    std::fputc('.', stdout);
+    showProgressDot();
     if (keyPressed()) return 1;  // abandoned: nothing is saved
     AscRow row = readAscRow(p, heights, columns);
     heights += row.stored;
     text.setPosition(p);
     if (row.atEnd) return endOfAscData(text, headerEnd, header, r, row.stored - 1, true);
   }
-  return finishAsc();
+  return allHeightsRead();
 }
 
 // The xyz layout: the row length is measured on the first row, then every
@@ -144,7 +151,7 @@ int readXyzHeights(ElevationText& text, ElevationGrid& grid) {
       }
       *heights++ = point.z;
     }
-    std::fputc('.', stdout);
+    showProgressDot();
   }
   return 0;
 }
