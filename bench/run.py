@@ -110,6 +110,9 @@ def main():
             cmd += [target, text_path]
         else:
             cmd += [target]
+        # Each action pays for its own writes only, not for the writeback of
+        # what the previous one wrote (the save syncs the new project).
+        os.sync()
         seconds, peak_kib, code = run(cmd, cwd=args.work)
         text_rate = ""
         output = text_path
