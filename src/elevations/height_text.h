@@ -29,23 +29,23 @@ inline char* formatHeight(char* out, float value, int width = 0) {
   unsigned fraction = static_cast<unsigned>(hundredths % 100);
   bool negative = std::signbit(value);
 
-  char digits[24];
-  char* end = digits + sizeof digits;
-  char* p = end;
-  *--p = static_cast<char>('0' + fraction % 10);
-  *--p = static_cast<char>('0' + fraction / 10);
-  *--p = '.';
+  // The digits are written in place, whole part from its end backwards.
+  int wholeDigits = 1;
+  for (std::uint64_t limit = 10; wholeDigits < 15 && whole >= limit; limit *= 10) ++wholeDigits;
+  int length = (negative ? 1 : 0) + wholeDigits + 3;
+  if (width > length) {
+    std::memset(out, ' ', static_cast<std::size_t>(width - length));
+    out += width - length;
+  }
+  if (negative) *out++ = '-';
+  char* point = out + wholeDigits;
+  char* p = point;
   do {
     *--p = static_cast<char>('0' + whole % 10);
     whole /= 10;
-  } while (whole != 0);
-  if (negative) *--p = '-';
-  std::size_t length = static_cast<std::size_t>(end - p);
-  if (width > 0 && static_cast<std::size_t>(width) > length) {
-    std::size_t pad = static_cast<std::size_t>(width) - length;
-    std::memset(out, ' ', pad);
-    out += pad;
-  }
-  std::memcpy(out, p, length);
-  return out + length;
+  } while (p != out);
+  point[0] = '.';
+  point[1] = static_cast<char>('0' + fraction / 10);
+  point[2] = static_cast<char>('0' + fraction % 10);
+  return point + 3;
 }
