@@ -1,5 +1,7 @@
 #include "elevation_import.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -66,10 +68,12 @@ int allHeightsRead() {
   return 0;
 }
 
-// The progress dot of one row, shown at once on a console.
+// The progress dot of one row, shown at once on a console (and buffered
+// as usual elsewhere: a write per row would cost more than the row).
 void showProgressDot() {
+  static const bool console = isatty(STDOUT_FILENO) != 0;
   std::fputc('.', stdout);
-  std::fflush(stdout);
+  if (console) std::fflush(stdout);
 }
 
 // The end of the data came after the height at (row, column), or before any
