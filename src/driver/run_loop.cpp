@@ -4,6 +4,7 @@
 
 #include "console.h"
 #include "file_tree.h"
+#include "objects/object_export.h"
 #include "run_state.h"
 #include "templates/statistics.h"
 
@@ -45,23 +46,30 @@ int dispatchAction(ActionCode code) {
       return runSelfTest();
     case ActionCode::ListTemplates:
       return listTemplates(*project, runOptions.separator);
+    case ActionCode::ExportObjects: {
+      ObjectLayout layout;
+      layout.format = runOptions.objectFormat;
+      layout.separator = runOptions.separator;
+      layout.header = runOptions.header != 0;
+      layout.columnate = runOptions.columnate == 1;
+      return exportObjects(*project, textFilePath.Get(), layout);
+    }
     case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::ExportElevations:
     case ActionCode::ImportElevations:
-    case ActionCode::DeleteObjects:
     case ActionCode::DeleteTemplates:
-    case ActionCode::ImportObjects:
-    case ActionCode::ExportObjects:
-    case ActionCode::ReduceObjects:
     case ActionCode::ReduceTemplates:
     case ActionCode::AddTemplates:
     case ActionCode::ExportTemplates:
     case ActionCode::ImportTemplates:
-    case ActionCode::ExportWrp:
+    case ActionCode::DeleteObjects:
+    case ActionCode::ImportObjects:
+    case ActionCode::ReduceObjects:
     case ActionCode::ReduceAll:
     case ActionCode::ListDuplicates:
     case ActionCode::RemoveDuplicates:
+    case ActionCode::ExportWrp:
       return 0;
   }
   return 0;  // codes above 18
