@@ -5,6 +5,7 @@
 #include "console.h"
 #include "file_tree.h"
 #include "objects/object_export.h"
+#include "objects/object_import.h"
 #include "run_state.h"
 #include "templates/statistics.h"
 
@@ -46,6 +47,8 @@ int dispatchAction(ActionCode code) {
       return runSelfTest();
     case ActionCode::ListTemplates:
       return listTemplates(*project, runOptions.separator);
+    case ActionCode::ImportObjects:
+      return importObjects(*project, textFilePath.Get());
     case ActionCode::ExportObjects: {
       ObjectLayout layout;
       layout.format = runOptions.objectFormat;
@@ -64,7 +67,6 @@ int dispatchAction(ActionCode code) {
     case ActionCode::ExportTemplates:
     case ActionCode::ImportTemplates:
     case ActionCode::DeleteObjects:
-    case ActionCode::ImportObjects:
     case ActionCode::ReduceObjects:
     case ActionCode::ReduceAll:
     case ActionCode::ListDuplicates:
