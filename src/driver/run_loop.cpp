@@ -6,6 +6,7 @@
 #include "file_tree.h"
 #include "objects/object_export.h"
 #include "objects/object_import.h"
+#include "objects/object_maintenance.h"
 #include "run_state.h"
 #include "templates/statistics.h"
 
@@ -47,6 +48,8 @@ int dispatchAction(ActionCode code) {
       return runSelfTest();
     case ActionCode::ListTemplates:
       return listTemplates(*project, runOptions.separator);
+    case ActionCode::DeleteObjects:
+      return deleteObjects(*project);
     case ActionCode::ImportObjects:
       return importObjects(*project, textFilePath.Get());
     case ActionCode::ExportObjects: {
@@ -57,6 +60,17 @@ int dispatchAction(ActionCode code) {
       layout.columnate = runOptions.columnate == 1;
       return exportObjects(*project, textFilePath.Get(), layout);
     }
+    case ActionCode::ReduceObjects:
+      return reduceObjects(*project);
+    case ActionCode::ReduceAll:
+      if (reduceObjects(*project) != 0) return 1;
+      // Call point of the template reduction (src/templates/, still to come),
+      // whose status becomes the action's: return reduceTemplates(*project);
+      return 0;
+    case ActionCode::ListDuplicates:
+      return listDuplicates(*project);
+    case ActionCode::RemoveDuplicates:
+      return removeDuplicates(*project);
     case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::ExportElevations:
@@ -66,11 +80,6 @@ int dispatchAction(ActionCode code) {
     case ActionCode::AddTemplates:
     case ActionCode::ExportTemplates:
     case ActionCode::ImportTemplates:
-    case ActionCode::DeleteObjects:
-    case ActionCode::ReduceObjects:
-    case ActionCode::ReduceAll:
-    case ActionCode::ListDuplicates:
-    case ActionCode::RemoveDuplicates:
     case ActionCode::ExportWrp:
       return 0;
   }

@@ -1,6 +1,10 @@
 #include "object_test_support.h"
 
+#include <sys/resource.h>
+
 #include <gtest/gtest.h>
+
+#include <csignal>
 
 #include <algorithm>
 #include <cerrno>
@@ -11,7 +15,24 @@
 #include "message_capture.h"
 #include "status.h"
 
+namespace {
+
+// The export pads a header label wider than every name without end, which
+// on a regular file only a full disk stops. The tests write small files: a
+// write beyond 256 MB fails (EFBIG) instead of filling the disk.
+const bool kFileSizeCapped = [] {
+  struct rlimit limit;
+  if (getrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
+  const rlim_t cap = rlim_t{256} << 20;
+  if (limit.rlim_cur == RLIM_INFINITY || limit.rlim_cur > cap) limit.rlim_cur = cap;
+  std::signal(SIGXFSZ, SIG_IGN);
+  return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+}();
+
+}  // namespace
+
 OpenedProject::OpenedProject(const ProjectFixture& fixture) {
+  EXPECT_TRUE(kFileSizeCapped);
   path_ = fixture.writeTo(dir_.file("map.pew"));
   original_ = readFileBytes(path_);
   project = toolkit.dll_GetVorlan();
