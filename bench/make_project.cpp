@@ -81,6 +81,7 @@ int main(int argc, char** argv) {
   Vorlan project;
   const float spacing = 10.0f;
   project.pew_New(s.grid, s.grid, spacing);
+  project.content()->header.dataPath.Set("ca\\demo\\data\\");
   ElevationGrid* grid = project.pew_get_elevations();
   for (std::uint32_t r = 0; r < s.grid; ++r)
     for (std::uint32_t c = 0; c < s.grid; ++c)

@@ -9,6 +9,7 @@
 #include "objects/object_maintenance.h"
 #include "run_state.h"
 #include "templates/statistics.h"
+#include "world_export.h"
 
 int walkFolder(const char* folder) {
   FileTreeEx listing;
@@ -71,6 +72,8 @@ int dispatchAction(ActionCode code) {
       return listDuplicates(*project);
     case ActionCode::RemoveDuplicates:
       return removeDuplicates(*project);
+    case ActionCode::ExportWrp:
+      return exportWorld();
     case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::ExportElevations:
@@ -80,7 +83,6 @@ int dispatchAction(ActionCode code) {
     case ActionCode::AddTemplates:
     case ActionCode::ExportTemplates:
     case ActionCode::ImportTemplates:
-    case ActionCode::ExportWrp:
       return 0;
   }
   return 0;  // codes above 18

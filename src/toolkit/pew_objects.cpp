@@ -6,8 +6,9 @@
 PewObject* PewObjects::appendRecord() {
   if ((size_ & (kBlockSize - 1)) == 0 && (size_ >> kBlockShift) == blocks_.size())
     blocks_.push_back(std::make_unique<PewObject[]>(kBlockSize));
+  // Slots are used once, in order: a fresh block's records are already in
+  // their default state.
   PewObject& o = at(size_);
-  o = PewObject();
   o.slotIndex = static_cast<std::uint32_t>(size_);
   ++size_;
   ++changes_;

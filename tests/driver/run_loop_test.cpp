@@ -1,10 +1,14 @@
 #include "driver/run_loop.h"
 
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -206,6 +210,33 @@ TEST_F(SaveProjectTest, FailedWriteLeavesTheProjectAndNoTemporaryFile) {
   err.finish();
   EXPECT_EQ(out.finish().find("Objects Deleted"), std::string::npos);
   EXPECT_EQ(readFileText(path), old);
+  EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
+}
+
+// The disk fills up in the middle of the write. A file size limit does that
+// for any user, the super-user included, so it runs in a child process.
+TEST_F(SaveProjectTest, DiskFullDuringTheWriteLeavesTheProjectByteIdentical) {
+  path = writeProject(dir.file("map.pew"), 300);
+  std::string old = readFileText(path);
+  ASSERT_GT(old.size(), 16384u);
+  runOptions.backup = 1;
+  pid_t child = fork();
+  if (child == 0) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit limit = {8192, 8192};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    int devnull = open("/dev/null", O_WRONLY);
+    dup2(devnull, 1);
+    dup2(devnull, 2);
+    // The project is rewritten as it is: far larger than the limit.
+    if (project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0) != 0 || !confirmAction(nullptr)) _exit(100);
+    _exit(saveProject("Saved\n"));
+  }
+  int result = 0;
+  ASSERT_EQ(waitpid(child, &result, 0), child);
+  ASSERT_TRUE(WIFEXITED(result));
+  EXPECT_EQ(WEXITSTATUS(result), status::kCannotWrite);
+  EXPECT_TRUE(readFileText(path) == old) << "the project changed";
   EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
 }
 

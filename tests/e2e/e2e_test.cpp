@@ -1,0 +1,212 @@
+// End-to-end cases: each folder of cases/ runs the built tool once, in a
+// fresh folder, and compares standard output, standard error, the exit
+// status and any files named under expected/ with what the run produced.
+// See README.md beside this file for the layout of a case.
+//
+// VORLAN_UPDATE_EXPECTED=1 writes what a run produced into its expected/
+// files instead of comparing: for making a new case, to be read by eye.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <thread>
+
+#include "project_description.h"
+#include "temp_dir.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kCases = VORLAN_E2E_CASES;
+const char* const kTool = VORLAN_TOOL;
+
+std::vector<std::string> caseNames() {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(kCases))
+    if (entry.is_directory()) names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::vector<std::string> splitArgs(const std::string& line) {
+  std::vector<std::string> out;
+  std::size_t i = 0;
+  while (i < line.size()) {
+    while (i < line.size() && std::isspace(static_cast<unsigned char>(line[i]))) ++i;
+    if (i >= line.size()) break;
+    std::string word;
+    if (line[i] == '"') {
+      std::size_t end = line.find('"', i + 1);
+      word = line.substr(i + 1, end - i - 1);
+      i = end == std::string::npos ? line.size() : end + 1;
+    } else {
+      while (i < line.size() && !std::isspace(static_cast<unsigned char>(line[i]))) word += line[i++];
+    }
+    out.push_back(word);
+  }
+  return out;
+}
+
+struct RunResult {
+  int status = -1;
+  bool timedOut = false;
+};
+
+// Runs the tool in `dir` with `args`, standard input from `input` (or
+// nothing), output into two files of `dir`.
+RunResult runTool(const fs::path& dir, const std::vector<std::string>& args, const fs::path& input) {
+  pid_t pid = fork();
+  if (pid == 0) {
+    if (chdir(dir.c_str()) != 0) _exit(126);
+    int in = open(input.empty() ? "/dev/null" : input.c_str(), O_RDONLY);
+    int out = open(".stdout", O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    int err = open(".stderr", O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (in < 0 || out < 0 || err < 0) _exit(126);
+    dup2(in, 0);
+    dup2(out, 1);
+    dup2(err, 2);
+    std::vector<char*> argv;
+    argv.push_back(const_cast<char*>("vorlan"));
+    for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+    argv.push_back(nullptr);
+    // A plain, repeatable environment: no locale, no terminal.
+    char* env[] = {const_cast<char*>("LC_ALL=C"), const_cast<char*>("PATH=/usr/bin:/bin"), nullptr};
+    execve(kTool, argv.data(), env);
+    _exit(127);
+  }
+  RunResult result;
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  int status = 0;
+  while (waitpid(pid, &status, WNOHANG) == 0) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      kill(pid, SIGKILL);
+      waitpid(pid, &status, 0);
+      result.timedOut = true;
+      return result;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return result;
+}
+
+bool updating() {
+  const char* v = std::getenv("VORLAN_UPDATE_EXPECTED");
+  return v && *v && std::string(v) != "0";
+}
+
+void compareOrUpdate(const fs::path& expectedFile, const std::string& actual, const std::string& what) {
+  if (updating()) {
+    fs::create_directories(expectedFile.parent_path());
+    writeFileText(expectedFile.string(), actual);
+    return;
+  }
+  ASSERT_TRUE(fs::exists(expectedFile)) << "missing " << expectedFile;
+  EXPECT_EQ(actual, readFileText(expectedFile.string())) << what << " differs from " << expectedFile;
+}
+
+class Case : public testing::TestWithParam<std::string> {};
+
+TEST_P(Case, Runs) {
+  const fs::path source = kCases / GetParam();
+  TempDir run;
+  const std::string pew = run.file("map.pew");
+  std::vector<unsigned char> before;
+  if (fs::exists(source / "project.txt")) {
+    ProjectFixture f = parseProjectDescription(readFileText((source / "project.txt").string()));
+    f.writeTo(pew);
+    before = readFileBytes(pew);
+  }
+  // projects/<path>.txt becomes <path>.pew in the run folder.
+  if (fs::exists(source / "projects")) {
+    for (const auto& entry : fs::recursive_directory_iterator(source / "projects")) {
+      if (!entry.is_regular_file() || entry.path().extension() != ".txt") continue;
+      fs::path target = run.path() / fs::relative(entry.path(), source / "projects");
+      target.replace_extension(".pew");
+      fs::create_directories(target.parent_path());
+      parseProjectDescription(readFileText(entry.path().string())).writeTo(target.string());
+    }
+  }
+  if (fs::exists(source / "input"))
+    fs::copy(source / "input", run.path(), fs::copy_options::recursive);
+  ASSERT_TRUE(fs::exists(source / "args")) << "a case needs an args file";
+  std::string argsLine = readFileText((source / "args").string());
+  argsLine = argsLine.substr(0, argsLine.find('\n'));
+  fs::path input = fs::exists(source / "stdin") ? source / "stdin" : fs::path();
+
+  RunResult r = runTool(run.path(), splitArgs(argsLine), input);
+  ASSERT_FALSE(r.timedOut) << "the run did not end within 60 s";
+
+  const fs::path expected = source / "expected";
+  compareOrUpdate(expected / "status", std::to_string(r.status) + "\n", "the exit status");
+  compareOrUpdate(expected / "stdout", readFileText(run.file(".stdout")), "standard output");
+  compareOrUpdate(expected / "stderr", readFileText(run.file(".stderr")), "standard error");
+  if (fs::exists(expected / "files")) {
+    for (const auto& entry : fs::directory_iterator(expected / "files")) {
+      std::string name = entry.path().filename().string();
+      ASSERT_TRUE(fs::exists(run.path() / name)) << "the run made no " << name;
+      compareOrUpdate(entry.path(), readFileText(run.file(name)), name);
+    }
+  }
+  if (fs::exists(expected / "absent")) {
+    std::string names = readFileText((expected / "absent").string());
+    for (const std::string& name : splitArgs(names))
+      EXPECT_FALSE(fs::exists(run.path() / name)) << "the run left " << name;
+  }
+  if (fs::exists(expected / "unchanged")) {
+    EXPECT_EQ(readFileBytes(pew), before) << "map.pew changed";
+  }
+  if (fs::exists(expected / "project.txt")) {
+    ProjectFixture want = parseProjectDescription(readFileText((expected / "project.txt").string()));
+    EXPECT_EQ(readFileBytes(pew), want.bytes()) << "map.pew is not the project of expected/project.txt";
+  }
+  // Nothing but what the case expects may be left beside the project.
+  for (const auto& entry : fs::directory_iterator(run.path())) {
+    std::string name = entry.path().filename().string();
+    if (name.rfind(".tmp", 0) == 0 || name.find(".tmp-") != std::string::npos)
+      ADD_FAILURE() << "a temporary file was left behind: " << name;
+  }
+}
+
+std::string caseTestName(const testing::TestParamInfo<std::string>& info) {
+  std::string name = info.param;
+  for (char& c : name)
+    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(E2E, Case, testing::ValuesIn(caseNames()), caseTestName);
+
+TEST(ProjectDescription, ReadsEveryStatement) {
+  ProjectFixture f = parseProjectDescription(
+      "# a comment\n"
+      "version 59\n"
+      "grid 2 1 5 1.5 -2\n"
+      "template 3 \"data\\big house.p3d\" \"big house\" type=2 marker=1 road outline=0xFF colour=0x10\n"
+      "object 3 id 9 at 1 2 3 heading 90 2 name \"a b\" relative 0.5\n"
+      "deleted 2\n");
+  EXPECT_EQ(f.signature, "POSEW59");
+  EXPECT_EQ(f.heights, (std::vector<float>{1.5f, -2.0f}));
+  ASSERT_EQ(f.templates.size(), 1u);
+  EXPECT_EQ(f.templates[0].modelFilename, "data\\big house.p3d");
+  EXPECT_EQ(f.templates[0].modelName, "big house");
+  EXPECT_TRUE(f.templates[0].road);
+  EXPECT_EQ(f.templates[0].outlineColour, 0xFFu);
+  ASSERT_EQ(f.objects.size(), 3u);
+  EXPECT_EQ(f.objects[0].id, 9);
+  EXPECT_EQ(f.objects[0].transform[2], -2.0f);
+  EXPECT_EQ(f.objects[0].instanceName, "a b");
+  EXPECT_FALSE(f.objects[2].valid);
+  EXPECT_THROW(parseProjectDescription("grid 2 2 x\n"), std::runtime_error);
+  EXPECT_THROW(parseProjectDescription("object 1 flying\n"), std::runtime_error);
+}
+
+}  // namespace
