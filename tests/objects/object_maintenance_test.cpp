@@ -159,48 +159,6 @@ TEST(ReduceObjects, RemovesEveryDeletedEntryForGood) {
   EXPECT_NE(reduced.pew_template_used_in_objects(reduced.pew_get_template(1)), 0);
 }
 
-TEST(ReduceObjects, NothingToRemoveSavesNothing) {
-  ProjectFixture f = withTemplates();
-  f.addObject(1);
-  OpenedProject p(f);
-  Printed r = run([&] { return reduceObjects(p.get()); });
-  EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out, "Reducing objects...\n\nthere were no deleted objects to remove\n");
-  EXPECT_FALSE(saved(r));
-  EXPECT_TRUE(p.unchanged());
-  EXPECT_EQ(p.folderContent(), (std::vector<std::string>{"map.pew"}));
-}
-
-TEST(DeleteObjects, EmptiesTheListAndKeepsTheTemplates) {
-  ProjectFixture f = withTemplates();
-  f.addObject(1);
-  f.addObject(2);
-  f.addDeleted();
-  OpenedProject p(f);
-  Printed r = run([&] { return deleteObjects(p.get()); });
-  EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out, "Deleting Objects\nObjects Deleted\n");
-  Vorlan emptied;
-  p.reopen(emptied);
-  EXPECT_EQ(emptied.pew_get_objects()->slotCount(), 0u);
-  unsigned count = 0;
-  emptied.pew_get_template(&count);
-  EXPECT_EQ(count, 2u);
-}
-
-TEST(RemoveDuplicates, FindsNoneByItsRuleAndSavesAllTheSame) {
-  ProjectFixture f = withTemplates();
-  for (int i = 0; i < 3; ++i) f.addObject(1).at(1, 2, 3);  // identical in every byte
-  OpenedProject p(f);
-  Printed r = run([&] { return removeDuplicates(p.get()); });
-  EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out, "removing duplicate objects...\nno duplicates found\n");
-  EXPECT_TRUE(saved(r));
-  Vorlan after;
-  p.reopen(after);
-  EXPECT_EQ(validIds(after), (std::vector<std::int32_t>{1, 2, 3}));
-}
-
 TEST(AddOffsets, MovesTheValidObjectsOnly) {
   ProjectFixture f = withTemplates();
   f.addObject(1).at(1, 2, 3).heading(30, 2);
