@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "export_file.h"
 #include "file_string.h"
@@ -54,25 +55,39 @@ class ModelNames {
   explicit ModelNames(Vorlan& project) : project_(project) {}
 
   // The name of the template with this id, or null when there is none.
+  // Objects come in any order of templates: the usual small ids find their
+  // name in a table indexed by id, others through the map that holds them.
   const ModelName* find(std::uint32_t id) {
     if (last_ && id == lastId_) return last_;
-    auto it = names_.find(id);
-    if (it == names_.end()) {
+    const ModelName* name = nullptr;
+    if (id < byId_.size()) {
+      name = byId_[id];
+    } else if (id >= kIndexed) {
+      auto it = names_.find(id);
+      if (it != names_.end()) name = &it->second;
+    }
+    if (!name) {
       PewObjectTemplate* t = project_.pew_get_template(static_cast<int>(id));
       if (!t) return nullptr;
       FileStringA base(t->strModelFilename.Get());
       base.fs_RemoveExt("");
-      it = names_.emplace(id, ModelName{std::string(base.View()), shownText(base.View()),
-                                        t->strModelFilename.Length()})
-               .first;
+      name = &names_.emplace(id, ModelName{std::string(base.View()), shownText(base.View()),
+                                           t->strModelFilename.Length()})
+                  .first->second;
+      if (id < kIndexed) {
+        if (id >= byId_.size()) byId_.resize(id + 1, nullptr);
+        byId_[id] = name;
+      }
     }
     lastId_ = id;
-    return last_ = &it->second;
+    return last_ = name;
   }
 
  private:
+  static constexpr std::uint32_t kIndexed = 1u << 20;
   Vorlan& project_;
-  std::unordered_map<std::uint32_t, ModelName> names_;
+  std::unordered_map<std::uint32_t, ModelName> names_;  // owns the names
+  std::vector<const ModelName*> byId_;                  // ids below kIndexed
   std::uint32_t lastId_ = 0;
   const ModelName* last_ = nullptr;
 };
