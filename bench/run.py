@@ -105,8 +105,8 @@ def main():
             if kind == "in" and not os.path.exists(text_path):
                 print(f"{name:20} skipped: run the export that makes {file} first")
                 continue
-            # The project first: the run takes the first word that names an
-            # existing file as the project, and an input text file exists.
+            # The project first: the first word that names an existing file
+            # becomes the project, and an input text file exists.
             cmd += [target, text_path]
         else:
             cmd += [target]
@@ -116,7 +116,7 @@ def main():
         seconds, peak_kib, code = run(cmd, cwd=args.work)
         text_rate = ""
         output = text_path
-        if options[0].upper().startswith("-X"):
+        if options and options[0].upper().startswith("-X"):
             output = os.path.splitext(target)[0] + ".wrp"  # the world goes beside the project
         if output and os.path.exists(output):
             text_rate = f"{mb(os.path.getsize(output)) / seconds:10.0f}"
