@@ -6,6 +6,7 @@
 #include "file_tree.h"
 #include "run_state.h"
 #include "templates/statistics.h"
+#include "templates/template_export.h"
 #include "world_export.h"
 
 int walkFolder(const char* folder) {
@@ -48,18 +49,19 @@ int dispatchAction(ActionCode code) {
       return listTemplates(*project, runOptions.separator);
     case ActionCode::ExportWrp:
       return exportWorld();
+    case ActionCode::ExportTemplates:
+      return exportTemplates(*project, textFilePath.Get(), project->GetIO());
     case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::ExportElevations:
     case ActionCode::ImportElevations:
     case ActionCode::DeleteObjects:
-    case ActionCode::DeleteTemplates:
     case ActionCode::ImportObjects:
     case ActionCode::ExportObjects:
     case ActionCode::ReduceObjects:
+    case ActionCode::DeleteTemplates:
     case ActionCode::ReduceTemplates:
     case ActionCode::AddTemplates:
-    case ActionCode::ExportTemplates:
     case ActionCode::ImportTemplates:
     case ActionCode::ReduceAll:
     case ActionCode::ListDuplicates:
