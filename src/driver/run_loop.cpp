@@ -7,6 +7,7 @@
 #include "run_state.h"
 #include "templates/statistics.h"
 #include "templates/template_export.h"
+#include "templates/template_import.h"
 #include "world_export.h"
 
 int walkFolder(const char* folder) {
@@ -49,8 +50,12 @@ int dispatchAction(ActionCode code) {
       return listTemplates(*project, runOptions.separator);
     case ActionCode::ExportWrp:
       return exportWorld();
+    case ActionCode::AddTemplates:
+      return importTemplates(*project, *configReader, textFilePath.Get(), true);
     case ActionCode::ExportTemplates:
       return exportTemplates(*project, textFilePath.Get(), project->GetIO());
+    case ActionCode::ImportTemplates:
+      return importTemplates(*project, *configReader, textFilePath.Get(), false);
     case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::ExportElevations:
@@ -61,8 +66,6 @@ int dispatchAction(ActionCode code) {
     case ActionCode::ReduceObjects:
     case ActionCode::DeleteTemplates:
     case ActionCode::ReduceTemplates:
-    case ActionCode::AddTemplates:
-    case ActionCode::ImportTemplates:
     case ActionCode::ReduceAll:
     case ActionCode::ListDuplicates:
     case ActionCode::RemoveDuplicates:
