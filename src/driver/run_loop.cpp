@@ -8,6 +8,7 @@
 #include "templates/statistics.h"
 #include "templates/template_export.h"
 #include "templates/template_import.h"
+#include "templates/template_reduction.h"
 #include "world_export.h"
 
 int walkFolder(const char* folder) {
@@ -40,6 +41,13 @@ int runSelfTest() {
   return status;
 }
 
+// The object half of -ROT/-RTO, which the object maintenance module
+// provides; until it is part of the program the objects are left as they
+// are and the templates are reduced alone.
+namespace {
+int reduceObjectsBeforeTemplates() { return 0; }
+}  // namespace
+
 int dispatchAction(ActionCode code) {
   // Actions whose modules are not part of the program yet do nothing and
   // succeed, like None and Analyse, whose result is the statistics alone.
@@ -50,12 +58,18 @@ int dispatchAction(ActionCode code) {
       return listTemplates(*project, runOptions.separator);
     case ActionCode::ExportWrp:
       return exportWorld();
+    case ActionCode::DeleteTemplates:
+      return deleteTemplates(*project);
+    case ActionCode::ReduceTemplates:
+      return reduceTemplates(*project);
     case ActionCode::AddTemplates:
       return importTemplates(*project, *configReader, textFilePath.Get(), true);
     case ActionCode::ExportTemplates:
       return exportTemplates(*project, textFilePath.Get(), project->GetIO());
     case ActionCode::ImportTemplates:
       return importTemplates(*project, *configReader, textFilePath.Get(), false);
+    case ActionCode::ReduceAll:
+      return reduceObjectsAndTemplates(*project, reduceObjectsBeforeTemplates);
     case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::ExportElevations:
@@ -64,9 +78,6 @@ int dispatchAction(ActionCode code) {
     case ActionCode::ImportObjects:
     case ActionCode::ExportObjects:
     case ActionCode::ReduceObjects:
-    case ActionCode::DeleteTemplates:
-    case ActionCode::ReduceTemplates:
-    case ActionCode::ReduceAll:
     case ActionCode::ListDuplicates:
     case ActionCode::RemoveDuplicates:
       return 0;
