@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <regex>
 #include <thread>
 
 #include "project_description.h"
@@ -113,6 +114,17 @@ void compareOrUpdate(const fs::path& expectedFile, const std::string& actual, co
   EXPECT_EQ(actual, readFileText(expectedFile.string())) << what << " differs from " << expectedFile;
 }
 
+// What differs from run to run is kept and compared as a placeholder: the
+// time of day in the banners of text files ("2024-05-06 07:08:09" becomes
+// "YYYY-MM-DD hh:mm:ss") and the process id in the name of the temporary
+// file a project is written to (".map.pew.tmp-4242" becomes
+// ".map.pew.tmp-PID").
+std::string maskRunDetails(const std::string& text) {
+  static const std::regex stamp(R"([0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2})");
+  static const std::regex temporary(R"(\.tmp-[0-9]+)");
+  return std::regex_replace(std::regex_replace(text, stamp, "YYYY-MM-DD hh:mm:ss"), temporary, ".tmp-PID");
+}
+
 class Case : public testing::TestWithParam<std::string> {};
 
 TEST_P(Case, Runs) {
@@ -147,13 +159,13 @@ TEST_P(Case, Runs) {
 
   const fs::path expected = source / "expected";
   compareOrUpdate(expected / "status", std::to_string(r.status) + "\n", "the exit status");
-  compareOrUpdate(expected / "stdout", readFileText(run.file(".stdout")), "standard output");
-  compareOrUpdate(expected / "stderr", readFileText(run.file(".stderr")), "standard error");
+  compareOrUpdate(expected / "stdout", maskRunDetails(readFileText(run.file(".stdout"))), "standard output");
+  compareOrUpdate(expected / "stderr", maskRunDetails(readFileText(run.file(".stderr"))), "standard error");
   if (fs::exists(expected / "files")) {
     for (const auto& entry : fs::directory_iterator(expected / "files")) {
       std::string name = entry.path().filename().string();
       ASSERT_TRUE(fs::exists(run.path() / name)) << "the run made no " << name;
-      compareOrUpdate(entry.path(), readFileText(run.file(name)), name);
+      compareOrUpdate(entry.path(), maskRunDetails(readFileText(run.file(name))), name);
     }
   }
   if (fs::exists(expected / "absent")) {
