@@ -105,9 +105,9 @@ def main():
             if kind == "in" and not os.path.exists(text_path):
                 print(f"{name:20} skipped: run the export that makes {file} first")
                 continue
-            cmd += [text_path] if kind == "in" else []
-            cmd += [target]
-            cmd += [text_path] if kind == "out" else []
+            # The project first: the first word that names an existing file
+            # becomes the project, and an input text file exists.
+            cmd += [target, text_path]
         else:
             cmd += [target]
         seconds, peak_kib, code = run(cmd, cwd=args.work)
