@@ -71,43 +71,6 @@ TEST_F(TemplateExport, EmptyTableGivesBannerDefinesAndAnEmptyClass) {
   EXPECT_EQ(e.text.substr(bannerEnd), std::string(kDefines) + "class ObjectTemplate\r\n{\r\n};\r\n");
 }
 
-TEST_F(TemplateExport, WorkedExampleLineByLine) {
-  PewObjectTemplate* t = add(7, "data\\bighouse2.p3d", "big-house 2");
-  t->ulObjectType = kObjectTypeArtificial;
-  t->ulOutlineColour = 0x0000FF;
-  t->ulObjectColour = 0x123456;
-  t->dblxyGeometryBounds = {0, 12.5, 8};
-  t->dblxyRandomRotate = {0, 10, 10};
-  auto* gate = new PewArtificialObject();
-  gate->strName.Set("Gate");
-  gate->lbUnknown = 1;
-  gate->StartEndPos.ar_init(12);
-  auto* p = static_cast<float*>(gate->StartEndPos.AllocArray(2));
-  for (float v : {1.0f, 0.0f, 2.0f, 3.0f, 0.0f, 4.0f}) *p++ = v;
-  t->ArtificialObjects.AddChain(gate);
-  EXPECT_EQ(classes(),
-            " class Object7_big_house_2\r\n"
-            " {\r\n"
-            "  ulObjectType=ARTIFICIAL;\r\n"
-            "  ulMarkerType=RECTANGLE;\r\n"
-            "  strModelFilename=\"data\\bighouse2.p3d\";\r\n"
-            "  strModelName=\"big-house 2\";\r\n"
-            "  ulOutlineColour=RGB_RED;\r\n"
-            "  ulObjectColour=0x123456;\r\n"
-            "  dblxyGeometryBounds[]={12.5,8};\r\n"
-            "  dblxyRandomRotate[]={10,10,0};\r\n"
-            "  class ArtificialObjects\r\n"
-            "  {\r\n"
-            "   class AObject_G0\r\n"
-            "   {\r\n"
-            "    strName=\"Gate\";\r\n"
-            "    lbUnknown=1;\r\n"
-            "    StartEndPos[]={1,0,2,3,0,4};\r\n"
-            "   };\r\n"
-            "  };\r\n"
-            " };\r\n");
-}
-
 TEST_F(TemplateExport, DefaultsAreLeftOutAndNaturalEllipseIsTheDefaultMarker) {
   PewObjectTemplate* plain = project.pew_add_template(1);  // natural, ellipse
   plain->strModelFilename.Set("a.p3d");

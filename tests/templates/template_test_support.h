@@ -1,6 +1,5 @@
-// Shared by the template tests: a complete, exact description of a template
-// for comparisons, a project with one template of every kind, and whole runs
-// of the program on a project and a library in a temporary folder.
+// Whole runs of the program on a project in a temporary folder, for the
+// template tests.
 #pragma once
 
 #include <string>
@@ -8,33 +7,34 @@
 
 #include "../driver/run_test_support.h"
 #include "fixture_builder.h"
+#include "message_capture.h"
+#include "status.h"
 #include "temp_dir.h"
 #include "vorlan.h"
 
-// Every member of the template (the id too unless `withId` is false), with
-// floating-point values in hexadecimal so that nothing is rounded away.
-std::string describeTemplate(const PewObjectTemplate& t, bool withId = true);
-
-// The descriptions of all templates of the project, in table order.
-std::vector<std::string> describeTemplates(Vorlan& project, bool withId = true);
-
-// Templates with ids 1..5 that use every member the library text carries:
-// types, markers (a natural ellipse among them), colours, bounds, spreads,
-// centres, road frames and artificial objects; and objects of some.
-ProjectFixture richProject();
-
-// A folder with map.pew; runs the program there.
 class ProjectRun {
  public:
   explicit ProjectRun(const ProjectFixture& f) { f.writeTo(pew()); }
   std::string pew() const { return dir.file("map.pew"); }
   std::string file(const std::string& name) const { return dir.file(name); }
   // Runs the program with the option word, the project and the text file.
-  RunResult run(const std::string& options, const std::string& textFile = "") const;
-  // The project as the file holds it now.
+  RunResult run(const std::string& options, const std::string& textFile = "") const {
+    std::vector<std::string> words{options, pew()};
+    if (!textFile.empty()) words.push_back(textFile);
+    return runWith(words);
+  }
   std::vector<unsigned char> bytes() const { return readFileBytes(pew()); }
-  // Opens the file into `project`; true when it opened.
-  bool open(Vorlan& project) const;
+  // Opens the project as the file holds it now.
+  bool open(Vorlan& project) const {
+    return project.pew_Open(pew().c_str(), 0, MessageCapture::sink, nullptr, 0) == status::kOk;
+  }
 
   TempDir dir;
 };
+
+inline std::vector<std::uint32_t> templateIds(Vorlan& project) {
+  std::vector<std::uint32_t> ids;
+  for (PewObjectTemplate* t = project.pew_get_template(static_cast<unsigned*>(nullptr)); t; t = t->next)
+    ids.push_back(t->templateId);
+  return ids;
+}
