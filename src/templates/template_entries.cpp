@@ -1,8 +1,10 @@
 // How one entry of a template class fills its template (fillTemplateEntry),
 // with the two nested classes: the road frames and the artificial objects.
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 #include "driver/console.h"
 #include "number_text.h"

@@ -1,5 +1,7 @@
 #include "templates/template_export.h"
 
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <string>
