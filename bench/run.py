@@ -113,7 +113,7 @@ def main():
         seconds, peak_kib, code = run(cmd, cwd=args.work)
         text_rate = ""
         output = text_path
-        if options[0].upper().startswith("-X"):
+        if options and options[0].upper().startswith("-X"):
             output = os.path.splitext(target)[0] + ".wrp"  # the world goes beside the project
         if output and os.path.exists(output):
             text_rate = f"{mb(os.path.getsize(output)) / seconds:10.0f}"

@@ -4,6 +4,9 @@
 
 #include "console.h"
 #include "file_tree.h"
+#include "objects/object_export.h"
+#include "objects/object_import.h"
+#include "objects/object_maintenance.h"
 #include "run_state.h"
 #include "templates/statistics.h"
 #include "templates/template_export.h"
@@ -41,13 +44,6 @@ int runSelfTest() {
   return status;
 }
 
-// The object half of -ROT/-RTO, which the object maintenance module
-// provides; until it is part of the program the objects are left as they
-// are and the templates are reduced alone.
-namespace {
-int reduceObjectsBeforeTemplates() { return 0; }
-}  // namespace
-
 int dispatchAction(ActionCode code) {
   // Actions whose modules are not part of the program yet do nothing and
   // succeed, like None and Analyse, whose result is the statistics alone.
@@ -56,6 +52,24 @@ int dispatchAction(ActionCode code) {
       return runSelfTest();
     case ActionCode::ListTemplates:
       return listTemplates(*project, runOptions.separator);
+    case ActionCode::DeleteObjects:
+      return deleteObjects(*project);
+    case ActionCode::ImportObjects:
+      return importObjects(*project, textFilePath.Get());
+    case ActionCode::ExportObjects: {
+      ObjectLayout layout;
+      layout.format = runOptions.objectFormat;
+      layout.separator = runOptions.separator;
+      layout.header = runOptions.header != 0;
+      layout.columnate = runOptions.columnate == 1;
+      return exportObjects(*project, textFilePath.Get(), layout);
+    }
+    case ActionCode::ReduceObjects:
+      return reduceObjects(*project);
+    case ActionCode::ListDuplicates:
+      return listDuplicates(*project);
+    case ActionCode::RemoveDuplicates:
+      return removeDuplicates(*project);
     case ActionCode::ExportWrp:
       return exportWorld();
     case ActionCode::DeleteTemplates:
@@ -69,17 +83,11 @@ int dispatchAction(ActionCode code) {
     case ActionCode::ImportTemplates:
       return importTemplates(*project, *configReader, textFilePath.Get(), false);
     case ActionCode::ReduceAll:
-      return reduceObjectsAndTemplates(*project, reduceObjectsBeforeTemplates);
+      return reduceObjectsAndTemplates(*project, [] { return reduceObjects(*project); });
     case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::ExportElevations:
     case ActionCode::ImportElevations:
-    case ActionCode::DeleteObjects:
-    case ActionCode::ImportObjects:
-    case ActionCode::ExportObjects:
-    case ActionCode::ReduceObjects:
-    case ActionCode::ListDuplicates:
-    case ActionCode::RemoveDuplicates:
       return 0;
   }
   return 0;  // codes above 18
