@@ -25,6 +25,7 @@ int runSteps(int argc, char** argv, const LibraryVersion& library) {
   if (checkLibraryVersion(library.number)) return 1;
   world = toolkit.dll_GetMorvik();
   project = toolkit.dll_GetVorlan();
+  configReader = toolkit.dll_GetRap();
   std::fputs("=======*==========\n", stdout);
   int count = argc > 0 ? argc - 1 : 0;
   char** words = argc > 0 ? argv + 1 : argv;

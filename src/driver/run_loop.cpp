@@ -11,6 +11,9 @@
 #include "objects/object_maintenance.h"
 #include "run_state.h"
 #include "templates/statistics.h"
+#include "templates/template_export.h"
+#include "templates/template_import.h"
+#include "templates/template_reduction.h"
 #include "world_export.h"
 
 int walkFolder(const char* folder) {
@@ -44,8 +47,8 @@ int runSelfTest() {
 }
 
 int dispatchAction(ActionCode code) {
-  // Actions whose modules are not part of the program yet do nothing and
-  // succeed, like None and Analyse, whose result is the statistics alone.
+  // None and Analyse have nothing to do: the statistics already printed are
+  // their whole result.
   switch (code) {
     case ActionCode::SelfTest:
       return runSelfTest();
@@ -69,24 +72,26 @@ int dispatchAction(ActionCode code) {
     }
     case ActionCode::ReduceObjects:
       return reduceObjects(*project);
-    case ActionCode::ReduceAll:
-      if (reduceObjects(*project) != 0) return 1;
-      // Call point of the template reduction (src/templates/, still to come),
-      // whose status becomes the action's: return reduceTemplates(*project);
-      return 0;
     case ActionCode::ListDuplicates:
       return listDuplicates(*project);
     case ActionCode::RemoveDuplicates:
       return removeDuplicates(*project);
     case ActionCode::ExportWrp:
       return exportWorld();
+    case ActionCode::DeleteTemplates:
+      return deleteTemplates(*project);
+    case ActionCode::ReduceTemplates:
+      return reduceTemplates(*project);
+    case ActionCode::AddTemplates:
+      return importTemplates(*project, *configReader, textFilePath.Get(), true);
+    case ActionCode::ExportTemplates:
+      return exportTemplates(*project, textFilePath.Get(), project->GetIO());
+    case ActionCode::ImportTemplates:
+      return importTemplates(*project, *configReader, textFilePath.Get(), false);
+    case ActionCode::ReduceAll:
+      return reduceObjectsAndTemplates(*project, [] { return reduceObjects(*project); });
     case ActionCode::None:
     case ActionCode::Analyse:
-    case ActionCode::DeleteTemplates:
-    case ActionCode::ReduceTemplates:
-    case ActionCode::AddTemplates:
-    case ActionCode::ExportTemplates:
-    case ActionCode::ImportTemplates:
       return 0;
   }
   return 0;  // codes above 18

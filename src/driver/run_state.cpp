@@ -3,6 +3,7 @@
 KelDLL toolkit;
 Vorlan* project = nullptr;
 Morvik* world = nullptr;
+Tovisk* configReader = nullptr;
 RunOptions runOptions;
 FileStringA projectPath;
 FileStringA textFilePath;

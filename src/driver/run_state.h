@@ -9,9 +9,11 @@
 #include "run_options.h"
 
 extern KelDLL toolkit;
-// The toolkit's project object and world writer, fetched by the entry point.
+// The toolkit's project object, world writer and config reader, fetched by
+// the entry point.
 extern Vorlan* project;
 extern Morvik* world;
+extern Tovisk* configReader;
 extern RunOptions runOptions;
 // The project file or folder named on the command line.
 extern FileStringA projectPath;

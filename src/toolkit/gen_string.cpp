@@ -1,8 +1,12 @@
 #include "gen_string.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <new>
+
+#include "matrix4.h"
 
 GenString::GenString(const GenString& other) {
   if (other.block_) {
@@ -84,4 +88,63 @@ int GenString::str_atoi() const {
 
 bool operator==(const GenString& a, const GenString& b) {
   return a.View() == b.View() && a.StoredBare() == b.StoredBare();
+}
+
+namespace {
+
+// Writes the config number text of `value` (see str_FloatToStr) at `out`,
+// which has room for 64 characters; returns the end.
+template <typename Real>
+char* WriteConfigNumber(char* out, Real value) {
+  if (std::isnan(value)) {
+    *out = '0';
+    return out + 1;
+  }
+  if (std::isinf(value)) {
+    const char* text = value < 0 ? "-1e999" : "1e999";
+    std::size_t n = std::strlen(text);
+    std::memcpy(out, text, n);
+    return out + n;
+  }
+  if (value == 0 && std::signbit(value)) {
+    std::memcpy(out, "-0.0", 4);
+    return out + 4;
+  }
+  char* end = std::to_chars(out, out + 64, value).ptr;
+  // An integral text that a 32-bit integer reading would wrap around.
+  if (value >= Real(2147483648.0) && value < Real(4294967296.0) && !std::memchr(out, '.', end - out) &&
+      !std::memchr(out, 'e', end - out)) {
+    *end++ = '.';
+    *end++ = '0';
+  }
+  return end;
+}
+
+}  // namespace
+
+const char* GenString::str_FloatToStr(double value, int) {
+  char text[72];
+  Set(std::string_view(text, WriteConfigNumber(text, value) - text));
+  return Get();
+}
+
+const char* GenString::str_FloatToStr(float value, int) {
+  char text[72];
+  Set(std::string_view(text, WriteConfigNumber(text, value) - text));
+  return Get();
+}
+
+const char* GenString::str_FloatToStr(const Vector3* value, int) {
+  if (!value) {
+    Set("0,0,0");
+    return Get();
+  }
+  char text[3 * 72];
+  char* end = WriteConfigNumber(text, value->x);
+  *end++ = ',';
+  end = WriteConfigNumber(end, value->y);
+  *end++ = ',';
+  end = WriteConfigNumber(end, value->z);
+  Set(std::string_view(text, end - text));
+  return Get();
 }

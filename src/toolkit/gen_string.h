@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+struct Vector3;
+
 class GenString {
  public:
   GenString() = default;
@@ -46,6 +48,21 @@ class GenString {
   // The leading integer of the text, as strtol base 10 reads it (0 when none).
   int str_atoi() const;
   static bool str_IsDigit(int c) { return c >= '0' && c <= '9'; }
+
+  // The string becomes the shortest decimal text that reads back (strtod,
+  // narrowed to float for the float form) to exactly the value, and that a
+  // config reader takes as a number; returns it. `flags` is unused (0).
+  // Config readers keep integers as 32-bit values and have no words for the
+  // non-finite ones, so:
+  //  - a positive integral text from 2147483648 up to 4294967295 gets ".0",
+  //    which keeps it from wrapping to a negative integer;
+  //  - negative zero is "-0.0" (a bare "-0" is the integer 0, without sign);
+  //  - infinity is "1e999" and minus infinity "-1e999", which read back as
+  //    infinities; a NaN, which no number text can give, becomes "0".
+  const char* str_FloatToStr(double value, int flags);
+  const char* str_FloatToStr(float value, int flags);
+  // The three values of the vector, each as above, separated by commas.
+  const char* str_FloatToStr(const Vector3* value, int flags);
 
   // Project files may store an empty text as a bare zero length instead of a
   // single terminating NUL. The codec marks such strings so that a file

@@ -136,11 +136,13 @@ PewObjectTemplate* Vorlan::pew_get_template(int id) {
 }
 
 PewObjectTemplate* Vorlan::pew_add_template(int id) {
-  return content_ ? content_->templates.add(static_cast<std::uint32_t>(id)) : nullptr;
+  PewObjectTemplate* t = content_ ? content_->templates.add(static_cast<std::uint32_t>(id)) : nullptr;
+  if (t) t->ulMarkerType = kMarkerEllipse;
+  return t;
 }
 
 PewObjectTemplate* Vorlan::pew_add_template(int id, const char* modelFilename, int objectType, int colour) {
-  PewObjectTemplate* t = pew_add_template(id);
+  PewObjectTemplate* t = content_ ? content_->templates.add(static_cast<std::uint32_t>(id)) : nullptr;
   if (!t) return nullptr;
   t->strModelFilename.Set(modelFilename);
   t->ulObjectType = static_cast<std::uint32_t>(objectType);

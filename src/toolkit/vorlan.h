@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "kel_file_io.h"
 #include "pew_codec.h"
 #include "pew_object.h"
 #include "pew_template.h"
@@ -56,10 +57,18 @@ class Vorlan {
   ElevationGrid* pew_get_elevations();
   float pew_get_gridsize() const;
 
+  // The project's file helper: whole files in memory and text banners.
+  KelFileIO* GetIO() { return &io_; }
+
   // Templates.
   PewObjectTemplate* pew_get_template(unsigned* count);
   PewObjectTemplate* pew_get_template(int id);
+  // An empty template with the usual values and an elliptic marker (the one
+  // a template library leaves out for natural templates, so that a library
+  // reads back as it was written), for the caller to fill in.
   PewObjectTemplate* pew_add_template(int id);
+  // A natural template of the model file with a rectangular marker, for an
+  // object whose model has no template yet.
   PewObjectTemplate* pew_add_template(int id, const char* modelFilename, int objectType, int colour);
   int pew_get_max_template_id();
   int pew_template_used_in_objects(PewObjectTemplate* t);
@@ -77,6 +86,7 @@ class Vorlan {
   std::unique_ptr<ProjectContent> content_;
   PewObjects noObjects_;  // handed out while no project is loaded
   ElevationGrid grid_;
+  KelFileIO io_;
   std::string fileName_;
   MessageSink sink_ = nullptr;
 };

@@ -228,3 +228,15 @@ TEST(TemplateTable, DuplicatedIdsKeepTheFirstHolderFindable) {
   ASSERT_EQ(project.pew_delete_template(first), 1);
   EXPECT_STREQ(project.pew_get_template(5)->strModelFilename.Get(), "second.p3d");
 }
+
+TEST(TemplateTable, EmptyTemplateForALibraryHasTheEllipseMarker) {
+  // A library leaves a natural template's ellipse out; the template that
+  // reads it back must then have it already.
+  Vorlan project;
+  project.pew_New(1, 1, 1);
+  PewObjectTemplate* t = project.pew_add_template(4);
+  EXPECT_EQ(t->ulMarkerType, kMarkerEllipse);
+  EXPECT_EQ(t->ulObjectType, kObjectTypeNatural);
+  EXPECT_EQ(t->templateId, 4u);
+  EXPECT_NE(project.GetIO(), nullptr);
+}

@@ -1,0 +1,343 @@
+#include "templates/template_import.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+
+#include "driver/run_state.h"
+#include "status.h"
+#include "stream_capture.h"
+#include "template_test_support.h"
+
+namespace {
+
+std::string library(const std::string& classes) {
+  return "#define ARTIFICIAL 2\r\n#define RGB_DEFAULT -1\r\nclass ObjectTemplate\r\n{\r\n" + classes + "};\r\n";
+}
+
+// The library text without its banner (the first three lines).
+std::string withoutBanner(const std::string& text) {
+  std::size_t at = 0;
+  for (int i = 0; i < 3; ++i) at = text.find("\r\n", at) + 2;
+  return text.substr(at);
+}
+
+// What the import printed on standard output, from its title on.
+std::string importOutput(const RunResult& r) { return r.out.substr(r.out.find("Importing Templates from")); }
+
+// Templates with ids 1..5 that use every member the library text carries:
+// types, markers (a natural ellipse among them), colours, bounds, spreads,
+// centres, road frames and artificial objects.
+ProjectFixture richProject() {
+  ProjectFixture f;
+  f.grid(2, 2, 10.0f, {1, 2, 3, 4});
+  FixtureTemplate& house = f.addTemplate(1, "data\\bighouse2.p3d", "big-house 2");
+  house.objectType = 2;
+  house.outlineColour = 0x0000FF;
+  house.objectColour = 0x123456;
+  house.geometryBounds[0] = 12.5;
+  house.randomRotate[1] = 10;
+  house.artificial.push_back({"Gate", 1, {{1, 0, 2}, {3, 0, 4}}});
+  house.artificial.push_back({"Wall", 0xFFFFFFFF, {}});
+  FixtureTemplate& tree = f.addTemplate(2, "data\\tree.p3d", "tree");
+  tree.markerType = 1;
+  tree.unknownFlag = 0;
+  tree.randomScale[0] = 0.25;
+  tree.randomScaleFlag = 1;
+  tree.geometryCentre[1] = 1.5f;
+  tree.resolutionCentre[2] = -0.125f;
+  tree.resolutionBounds[0] = 3;
+  FixtureTemplate& road = f.addTemplate(3, "data\\roads\\asphalt-10.p3d", "asphalt 10");
+  road.objectType = 3;
+  road.road = true;
+  road.roadFrame[9] = 12.5f;
+  road.xroadFrame[11] = 1e-05f;
+  FixtureTemplate& odd = f.addTemplate(4, "data\\odd.p3d", "odd");
+  odd.objectType = 9;
+  odd.markerType = 7;
+  odd.randomOrientationFlag = 2;
+  f.addTemplate(5, "data\\plain.p3d", "plain");
+  f.addObject(1).at(10, 20, 5);
+  return f;
+}
+
+ProjectFixture twoTemplates() {
+  ProjectFixture f;
+  f.grid(1, 1, 10.0f);
+  f.addTemplate(3, "data\\house.p3d", "house");
+  f.addTemplate(9, "data\\tree.p3d", "tree");
+  f.addObject(9);
+  return f;
+}
+
+TEST(TemplateImport, ReplacingFromAnExportRebuildsEqualTemplates) {
+  ProjectRun source(richProject());
+  std::string lib = source.file("lib.txt");
+  ASSERT_EQ(source.run("-ET", lib).status, 0);
+  ProjectRun copy(richProject());
+  RunResult r = copy.run("-ITY", lib);
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(importOutput(r), "Importing Templates from " + lib +
+                                 "\nRemoving existing templates (if any) and objects(if any)\n"
+                                 "adding template objects.......\n"
+                                 "Done, 5 processed, 0 duplicates (ignored)\n");
+  Vorlan after;
+  ASSERT_TRUE(copy.open(after));
+  EXPECT_EQ(templateIds(after), (std::vector<std::uint32_t>{1, 2, 3, 4, 5}));
+  EXPECT_EQ(after.pew_get_objects()->pewobject_GetFirstValid(), nullptr);  // the objects went with them
+
+  // Every member is in the library unless it has a new template's value, and
+  // number texts read back exactly: the same library means equal templates.
+  std::string again = copy.file("again.txt");
+  ASSERT_EQ(copy.run("-ET", again).status, 0);
+  EXPECT_EQ(withoutBanner(readFileText(again)), withoutBanner(readFileText(lib)));
+}
+
+TEST(TemplateImport, AddModeCountsIdsOnAndTellsDuplicatesByTheWholeFileName) {
+  ProjectRun run(twoTemplates());
+  writeFileText(run.file("lib.txt"), library(" class A { strModelFilename=\"DATA/House.P3D\"; };\r\n"
+                                             " class B { strModelFilename=\"data\\new.p3d\"; strModelName=\"new\"; };\r\n"
+                                             " class C { strModelFilename=\"data\\other\\house.p3d\"; };\r\n"
+                                             " class D { strModelFilename=\"Data/New.p3d\"; };\r\n"
+                                             " class E { strModelFilename=\"data\\house.p3d.bak\"; };\r\n"));
+  RunResult r = run.run("-ATY", run.file("lib.txt"));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(importOutput(r), "Importing Templates from " + run.file("lib.txt") +
+                                 "\nadding template objects.......\n"
+                                 "duplication ignored DATA/House.P3D\n"
+                                 "duplication ignored Data/New.p3d\n"  // of B, added just before
+                                 "Done, 5 processed, 2 duplicates (ignored)\n");
+  Vorlan after;
+  ASSERT_TRUE(run.open(after));
+  EXPECT_EQ(templateIds(after), (std::vector<std::uint32_t>{3, 9, 10, 11, 12}));  // a skipped class uses no id
+  EXPECT_STREQ(after.pew_get_template(12)->strModelFilename.Get(), "data\\house.p3d.bak");
+  // Members that no entry names keep the values of a new template.
+  EXPECT_EQ(after.pew_get_template(11)->ulMarkerType, kMarkerEllipse);
+  EXPECT_EQ(after.pew_get_template(11)->dblxyRandomScale.x, 50.0);
+}
+
+TEST(TemplateImport, EveryKeyWithItsConversion) {
+  ProjectRun run(twoTemplates());
+  writeFileText(run.file("lib.txt"),
+                library(" class Everything\r\n {\r\n"
+                        "  ULOBJECTTYPE=4000000000; ulMarkerType=0x10; sbUnknownFlag=65537;\r\n"
+                        "  ulOutlineColour=RGB_DEFAULT; ulObjectColour=0xFFFFFFFE;\r\n"
+                        "  strModelFilename=\"data\\all.p3d\"; strModelName=\"say \"\"hi\"\"\";\r\n"
+                        "  ResolutionAutoCenterPos[]={0.1,2,-3}; GeometryAutoCenterPos[]={1e-3,\"4.5\",6};\r\n"
+                        "  dblxyGeometryBounds[]={0.1,1.3,99}; dblxyResolutionBounds[]={7,8};\r\n"
+                        "  dblxyRandomScale[]={0.1,1.3,1}; dblxyRandomRotate[]={1,2,70000};\r\n"
+                        "  dblxyrandomorientation[]={5,6,0};\r\n"
+                        "  class LodNamedSelections\r\n  {\r\n"
+                        "   Road[]={1,2,3,4,5,6,7,8,9,10,11,12,13};\r\n"
+                        "   XRoad[]={-1,-2,-3,-4,-5};\r\n   more[]={1};\r\n  };\r\n"
+                        "  class ArtificialObjects\r\n  {\r\n"
+                        "   class AObject_G0 { strName=\"Gate\"; lbUnknown=4294967295; StartEndPos[]={1,2,3,4,5,6,7}; "
+                        "other=1; };\r\n"
+                        "   note=1;\r\n"
+                        "   class AObject_1 { };\r\n  };\r\n"
+                        " };\r\n"));
+  RunResult r = run.run("-ATY", run.file("lib.txt"));
+  ASSERT_EQ(r.status, 0) << r.err;
+  Vorlan after;
+  ASSERT_TRUE(run.open(after));
+  PewObjectTemplate* t = after.pew_get_template(10);
+  ASSERT_NE(t, nullptr);
+  EXPECT_EQ(t->ulObjectType, 4000000000u);
+  EXPECT_EQ(t->ulMarkerType, 16u);
+  EXPECT_EQ(t->sbUnknownFlag, 1);  // 16 bits of 65537
+  EXPECT_EQ(t->ulOutlineColour, 0xFFFFFFFFu);
+  EXPECT_EQ(t->ulObjectColour, 0xFFFFFFFEu);
+  EXPECT_STREQ(t->strModelName.Get(), "say \"hi\"");
+  EXPECT_EQ(t->ResolutionAutoCenterPos.x, 0.1f);
+  EXPECT_EQ(t->ResolutionAutoCenterPos.z, -3.0f);
+  EXPECT_EQ(t->GeometryAutoCenterPos.x, 1e-3f);
+  EXPECT_EQ(t->GeometryAutoCenterPos.y, 4.5f);
+  // Doubles keep only float precision; the bounds' flag is not touched.
+  EXPECT_EQ(t->dblxyGeometryBounds.x, 0.10000000149011612);
+  EXPECT_EQ(t->dblxyGeometryBounds.y, 1.2999999523162842);
+  EXPECT_EQ(t->dblxyResolutionBounds.y, 8.0);
+  EXPECT_EQ(t->dblxyRandomScale.x, 0.10000000149011612);
+  EXPECT_EQ(t->dblxyRandomScale.y, 1.2999999523162842);
+  EXPECT_EQ(t->dblxyRandomScale.flag, 1);
+  EXPECT_EQ(t->dblxyRandomRotate.flag, 70000 & 0xFFFF);
+  EXPECT_EQ(t->dblxyRandomOrientation.x, 5.0);
+  EXPECT_EQ(t->dblxyRandomOrientation.flag, 0);
+  EXPECT_EQ(t->LodNamedSelections, 1);
+  for (int i = 0; i < 12; ++i) EXPECT_EQ(t->RoadFrame.data()[i], static_cast<float>(i + 1));  // the 13th is extra
+  const float xroad[12] = {-1, -2, -3, -4, -5, 0, 0, 0, 1, 0, 0, 0};  // the rest of the identity
+  for (int i = 0; i < 12; ++i) EXPECT_EQ(t->XRoadFrame.data()[i], xroad[i]) << i;
+  ASSERT_EQ(t->ArtificialObjects.count, 2u);
+  auto* gate = static_cast<PewArtificialObject*>(t->ArtificialObjects.first);
+  EXPECT_STREQ(gate->strName.Get(), "Gate");
+  EXPECT_EQ(gate->lbUnknown, 0xFFFFFFFFu);
+  ASSERT_EQ(gate->StartEndPos.get_count(), 2u);  // whole points only
+  EXPECT_EQ(gate->StartEndPos.points()[1].z, 6.0f);
+  auto* empty = static_cast<PewArtificialObject*>(gate->next);
+  EXPECT_STREQ(empty->strName.Get(), "");
+  EXPECT_EQ(empty->lbUnknown, 0u);
+  EXPECT_EQ(empty->StartEndPos.get_count(), 0u);
+}
+
+TEST(TemplateImport, DerivedClassesGetTheEntriesOfTheirBases) {
+  ProjectRun run(twoTemplates());
+  writeFileText(run.file("lib.txt"),
+                "class Base { ulObjectType=2; strModelName=\"base\"; dblxyRandomScale[]={1,2,3}; };\r\n" +
+                    library(" class A: Base { strModelFilename=\"a.p3d\"; strModelName=\"a\"; };\r\n"
+                            " class B: A { strModelFilename=\"b.p3d\"; ulObjectType=1; };\r\n"
+                            " class C: A { strModelName=\"c\"; };\r\n"));
+  RunResult r = run.run("-ATY", run.file("lib.txt"));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("duplication ignored a.p3d\nDone, 3 processed, 1 duplicates (ignored)\n"), std::string::npos)
+      << r.out;
+  Vorlan after;
+  ASSERT_TRUE(run.open(after));
+  PewObjectTemplate* a = after.pew_get_template(10);
+  PewObjectTemplate* b = after.pew_get_template(11);
+  ASSERT_TRUE(a && b);
+  EXPECT_EQ(a->ulObjectType, 2u);
+  EXPECT_STREQ(a->strModelName.Get(), "a");
+  EXPECT_EQ(a->dblxyRandomScale.flag, 3);
+  EXPECT_STREQ(b->strModelFilename.Get(), "b.p3d");
+  EXPECT_STREQ(b->strModelName.Get(), "a");
+  EXPECT_EQ(b->ulObjectType, 1u);
+  EXPECT_EQ(b->dblxyRandomScale.y, 2.0);
+}
+
+struct BadLibrary {
+  const char* what;
+  std::string text;
+  int status;
+  std::string message;  // the end of standard error ("--------------\n": none of the import's own)
+};
+
+// Also in replace mode, where the templates and objects are removed first
+// but the removal is not saved either.
+TEST(TemplateImport, LibrariesThatAddNothingLeaveTheProjectByteIdentical) {
+  const std::string good = " class Good { strModelFilename=\"good.p3d\"; };\r\n";
+  const BadLibrary cases[] = {
+      {"empty ObjectTemplate", library(""), 0, "no template has been added, so pew is untouched\n"},
+      {"unterminated class", "class ObjectTemplate { class A { strModelFilename=\"a.p3d\";", status::kConfigSyntax, ""},
+      {"unterminated string", library(" class A { strModelFilename=\"a.p3d; };\r\n"), status::kConfigSyntax, ""},
+      {"unterminated comment", library(good) + "/* no end", status::kConfigSyntax, ""},
+      {"unknown directive", "#frobnicate 1\r\n" + library(good), status::kConfigSyntax, ""},
+      {"missing include", "#include \"nowhere.h\"\r\n" + library(good), status::kConfigInclude, ""},
+      {"include of itself", "#include \"lib.txt\"\r\n" + library(good), status::kConfigInclude, ""},
+      {"no ObjectTemplate", "class Other { };\r\n", 1, "class ObjectTemplate not defined\n"},
+      {"class without model file", library(good + " class B { strModelName=\"b\"; };\r\n"), 1,
+       "No 'strModelFilename' found in template\n"},
+      {"entry outside the table", library(good + " class B { strModelFilename=\"b.p3d\"; colour=1; };\r\n"), 1,
+       "--------------\n"},
+      {"short array", library(good + " class B { strModelFilename=\"b.p3d\"; dblxyRandomScale[]={1,2}; };\r\n"), 1,
+       ": template class B: 'dblxyRandomScale' holds 2 values where 3 are needed\n"},
+      {"value for an array", library(" class B { strModelFilename=\"b.p3d\"; GeometryAutoCenterPos=1; };\r\n"), 1,
+       ": template class B: 'GeometryAutoCenterPos' must be an array of 3 values\n"},
+      {"array for a value", library(" class B { strModelFilename[]={\"b.p3d\"}; };\r\n"), 1,
+       ": template class B: 'strModelFilename' must be a single value\n"},
+      {"value for a class", library(" class B { strModelFilename=\"b.p3d\"; LodNamedSelections=1; };\r\n"), 1,
+       ": template class B: 'LodNamedSelections' must be a class\n"},
+      {"short point list", library(" class B { strModelFilename=\"b.p3d\"; class ArtificialObjects { class A { "
+                                   "StartEndPos=1; }; }; };\r\n"),
+       1, ": template class B: 'StartEndPos' of artificial object A must be an array\n"},
+  };
+  for (const BadLibrary& c : cases) {
+    for (const char* option : {"-ATY", "-ITY"}) {
+      ProjectRun run(twoTemplates());
+      std::string lib = run.file("lib.txt");
+      writeFileText(lib, c.text);
+      std::vector<unsigned char> before = run.bytes();
+      RunResult r = run.run(option, lib);
+      EXPECT_EQ(r.status, c.status) << c.what << " " << option << "\n" << r.err;
+      EXPECT_EQ(run.bytes(), before) << c.what;
+      if (c.status > 1) {
+        // The reader's own message, naming the file.
+        EXPECT_NE(r.err.find(lib + ":"), std::string::npos) << c.what << "\n" << r.err;
+      } else {
+        ASSERT_GE(r.err.size(), c.message.size());
+        EXPECT_EQ(r.err.substr(r.err.size() - c.message.size()), c.message) << c.what << "\n" << r.err;
+      }
+      if (c.status != 0) {
+        EXPECT_EQ(r.out.find("Done,"), std::string::npos) << c.what;
+      }
+      std::size_t files = 0;
+      for (const auto& e : std::filesystem::directory_iterator(run.dir.path())) files += e.is_regular_file();
+      EXPECT_EQ(files, 2u) << c.what << ": a file was left behind";
+    }
+  }
+}
+
+TEST(TemplateImport, MissingOrUnnamedLibrary) {
+  ProjectRun run(twoTemplates());
+  std::vector<unsigned char> before = run.bytes();
+  RunResult missing = run.run("-ITY", run.file("none.txt"));
+  EXPECT_EQ(missing.status, status::kCannotOpen);
+  EXPECT_NE(missing.err.find(run.file("none.txt")), std::string::npos) << missing.err;
+  RunResult unnamed = run.run("-ATY");
+  EXPECT_EQ(unnamed.status, status::kCannotOpen);
+  EXPECT_NE(unnamed.out.find("Importing Templates from \n"), std::string::npos);
+  // A file far beyond any library (sparse, so the test stays cheap).
+  std::string huge = run.file("huge.txt");
+  writeFileText(huge, library(""));
+  std::filesystem::resize_file(huge, std::uintmax_t{300} << 20);
+  RunResult tooLarge = run.run("-ITY", huge);
+  EXPECT_EQ(tooLarge.status, status::kCannotOpen);
+  EXPECT_NE(tooLarge.err.find(huge + ": cannot read the file: file is too large"), std::string::npos) << tooLarge.err;
+  EXPECT_EQ(run.bytes(), before);
+}
+
+TEST(TemplateImport, ProjectWithoutDataStopsTheImport) {
+  TempDir dir;
+  writeFileText(dir.file("lib.txt"), library(" class B { strModelFilename=\"b.p3d\"; };\r\n"));
+  Vorlan empty;  // nothing loaded
+  Tovisk reader;
+  runOptions.yes = 1;
+  projectPath.Set(dir.file("map.pew"));
+  StreamCapture out(stdout), err(stderr);
+  int status = importTemplates(empty, reader, dir.file("lib.txt").c_str(), true);
+  std::string errText = err.finish();
+  runOptions.yes = 0;
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(errText, "No Pew Data available\n");
+  EXPECT_EQ(out.finish(), "Importing Templates from " + dir.file("lib.txt") + "\nadding template objects.......\n");
+}
+
+// The duplicate test must not walk the table for every class: a library of
+// 10,000 templates goes both ways in well under a second in an optimised
+// build (the bound below also holds under the sanitizers).
+TEST(TemplateImport, TenThousandTemplatesBothWays) {
+  TempDir dir;
+  {
+    Vorlan big;
+    big.pew_New(2, 2, 10);
+    for (int id = 1; id <= 10000; ++id) {
+      PewObjectTemplate* t = big.pew_add_template(id);
+      t->strModelFilename.Set("ca\\models\\model_" + std::to_string(id) + ".p3d");
+      t->strModelName.Set("model " + std::to_string(id));
+      t->ulObjectType = 1 + id % 3;
+      t->dblxyGeometryBounds = {0, 1.0 + id % 7, 2.5};
+    }
+    ASSERT_EQ(big.pew_Create(dir.file("big.pew").c_str(), 0), status::kOk);
+    ASSERT_EQ(big.pew_Create(dir.file("copy.pew").c_str(), 0), status::kOk);
+  }
+  auto timed = [](std::vector<std::string> words, double* seconds) {
+    auto start = std::chrono::steady_clock::now();
+    RunResult r = runWith(std::move(words));
+    *seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return r;
+  };
+  double exportSeconds, addSeconds, replaceSeconds;
+  std::string lib = dir.file("lib.txt");
+  ASSERT_EQ(timed({"-ET", dir.file("big.pew"), lib}, &exportSeconds).status, 0);
+  RunResult added = timed({"-ATY", dir.file("big.pew"), lib}, &addSeconds);
+  EXPECT_NE(added.out.find("Done, 10000 processed, 10000 duplicates (ignored)\n"), std::string::npos);
+  RunResult replaced = timed({"-ITY", dir.file("copy.pew"), lib}, &replaceSeconds);
+  ASSERT_EQ(replaced.status, 0) << replaced.err;
+  RecordProperty("export_ms", static_cast<int>(exportSeconds * 1000));
+  RecordProperty("add_ms", static_cast<int>(addSeconds * 1000));
+  RecordProperty("replace_ms", static_cast<int>(replaceSeconds * 1000));
+  EXPECT_LT(exportSeconds + addSeconds + replaceSeconds, 30.0);
+  ASSERT_EQ(runWith({"-ET", dir.file("copy.pew"), dir.file("again.txt")}).status, 0);
+  EXPECT_EQ(withoutBanner(readFileText(dir.file("again.txt"))), withoutBanner(readFileText(lib)));
+}
+
+}  // namespace
