@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdarg>
@@ -296,7 +295,6 @@ TEST(ObjectExport, WrappedHeaderPaddingStopsAtTheFirstFailedWrite) {
   OpenedProject p(oneTemplate());  // no objects: the name width is 0
   std::string full = p.file("full.txt");
   ASSERT_EQ(symlink("/dev/full", full.c_str()), 0);
-  auto start = std::chrono::steady_clock::now();
   StreamCapture err(stderr);
   EXPECT_EQ(exportObjects(p.get(), full.c_str(), ObjectLayout{}), 1);
   EXPECT_EQ(err.finish(), "cannot write output file " + full + ": No space left on device\n");
@@ -321,6 +319,5 @@ TEST(ObjectExport, WrappedHeaderPaddingStopsAtTheFirstFailedWrite) {
     EXPECT_EQ(message, "cannot write objects to standard output: Broken pipe\n");
   }
   std::signal(SIGPIPE, previous);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
   EXPECT_TRUE(p.unchanged());
 }

