@@ -3,9 +3,11 @@
 // reader status, exactly one message, nothing left loaded; the named cases
 // below also check what the message says.
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <gtest/gtest.h>
 
+#include "config_test_helpers.h"
 #include "message_capture.h"
 #include "morvik.h"
 #include "status.h"
@@ -79,4 +81,68 @@ TEST(ReaderRegressions, GridWhoseSizeWrapsPast64BitsIsDamaged) {
                            "18446744073709551640 bytes, only 32 left"),
             std::string::npos)
       << r.message;
+}
+
+// "big[] += {}" in a class whose base has big[] copies the base's elements.
+// Two thousand such classes over an array of twenty thousand elements (a
+// text of 107 KB) once made forty million entries and took gigabytes; the
+// entries of a tree are now bounded, copies included.
+TEST(ReaderRegressions, CopiesOfInheritedArraysCountAgainstTheEntryBound) {
+  auto text = [](int elements, int classes) {
+    std::string t = "class B { big[] = {";
+    for (int i = 0; i < elements; ++i) t += "1,";
+    t += "}; };\n";
+    for (int i = 0; i < classes; ++i) t += "class D" + std::to_string(i) + " : B { big[] += {}; };\n";
+    return t;
+  };
+  ConfigLimits limits;
+  limits.maxEntries = 100000;
+  Tovisk reader;
+  reader.SetLimits(limits);
+  ASSERT_EQ(ParseText(reader, text(20000, 2000)), status::kConfigSyntax);
+  EXPECT_STREQ(reader.ErrorString(status::kConfigSyntax),
+               "lib.txt:5:16: the text makes more than 100000 entries (classes, properties, arrays and elements, "
+               "copies of inherited arrays included)");
+  EXPECT_EQ(reader.rap_get_root(), nullptr);
+
+  // Under the bound the copies are made as before.
+  ASSERT_EQ(ParseText(reader, text(100, 50)), status::kOk);
+  rap_entry* last = reader.rap_get_class("D49");
+  ASSERT_NE(last, nullptr);
+  EXPECT_EQ(last->rpe_get_entry("big", 0)->get_count(), 100);
+}
+
+// Deleting the classes of a large class from the last to the first once
+// walked the siblings for every "delete": minutes for a few megabytes.
+TEST(ReaderRegressions, DeletingClassesTakesConstantTimeEach) {
+  const int n = 100000;
+  std::string text = "class C {\n";
+  for (int i = 0; i < n; ++i) text += "class a" + std::to_string(i) + " {};\n";
+  for (int i = n - 1; i >= 1; --i) text += "delete a" + std::to_string(i) + ";\n";
+  text += "};\n";
+  Tovisk reader;
+  auto start = std::chrono::steady_clock::now();
+  ASSERT_EQ(ParseText(reader, text), status::kOk);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_EQ(ChildNames(reader.rap_get_class("C")), (std::vector<std::string>{"a0"}));
+}
+
+// Unlinking keeps the list whole from either end and in the middle, in small
+// classes and in large (indexed) ones, and a deleted name can come back.
+TEST(ReaderRegressions, DeletedClassesLeaveTheRestInOrder) {
+  for (int size : {3, 40}) {
+    std::string text = "class C {\n";
+    std::vector<std::string> expected;
+    for (int i = 0; i < size; ++i) text += "class k" + std::to_string(i) + " {};\n";
+    text += "delete k0; delete k" + std::to_string(size - 1) + "; delete k1;\nclass k0 { again = 1; };\n};\n";
+    for (int i = 2; i < size - 1; ++i) expected.push_back("k" + std::to_string(i));
+    expected.push_back("k0");
+    Tovisk reader;
+    ASSERT_EQ(ParseText(reader, text), status::kOk) << size;
+    rap_entry* c = reader.rap_get_class("C");
+    EXPECT_EQ(ChildNames(c), expected) << size;
+    EXPECT_EQ(c->get_count(), static_cast<int>(expected.size()));
+    EXPECT_EQ(ValueAt(reader, "C/k0", "again"), "1");
+    EXPECT_EQ(c->rpe_get_class("k1"), nullptr);
+  }
 }
