@@ -29,6 +29,7 @@ ConfigLimits fuzzLimits() {
   limits.maxExpansionTokens = std::size_t{1} << 16;
   limits.maxExpansionLength = std::size_t{1} << 14;
   limits.maxMacroDepth = 32;
+  limits.maxEntries = std::size_t{1} << 16;
   return limits;
 }
 

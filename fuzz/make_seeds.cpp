@@ -146,7 +146,12 @@ const char* const kConfigTexts[][2] = {
      "#define LIST(...) {x}\nnested[] = {{1,{2}},\"s\",};\n"},
     {"includes",
      "#include \"b.h\"\n#include \"sub\\x.h\"\nclass Here : IncB { z = JOIN(a, 1); };\n"},
-    {"include_errors", "#include \"self.h\"\n#include \"c1.h\"\n#include \"n0.h\"\n#include \"open.h\"\n"},
+    {"include_self", "a = 1;\n#include \"self.h\"\n"},
+    {"include_cycle", "#include \"c1.h\"\n"},
+    {"include_deep", "#include \"n0.h\"\n"},
+    {"include_unclosed", "#define FROM_A\n#include \"open.h\"\n"},
+    {"include_binary", "#include \"binary.h\"\n"},
+    {"include_folder", "#ifndef X\n#include \"folder.h\"\n#endif\n"},
     {"classes",
      "class A;\nclass B { class C { d = 1; }; e[] = {1}; e[] += {2}; };\nclass D : B { class C : C {}; };\n"
      "delete A;\nclass A { x = 1.5e3; y = \"\"; };\n"},
