@@ -5,7 +5,7 @@
                  [--duplicates F] [--only NAME,...] [--build DIR] [--work DIR]
 
 For each action it prints the wall time, the MB/s of project file (and of the
-text file for text exchanges), the ratio to `cat FILE >/dev/null` on the same
+text or world file it writes or reads), the ratio to `cat FILE >/dev/null` on the same
 file, and the peak memory of the process. Actions that change the project
 run on a fresh copy, answered with -Y.
 """
@@ -87,7 +87,7 @@ def main():
     cat_seconds = min(run(["cat", project])[0] for _ in range(3))
     print(f"project: {args.objects} objects, {args.templates} templates, {args.grid}x{args.grid} grid, "
           f"{mb(size):.1f} MB; cat reads it in {cat_seconds:.3f} s ({mb(size) / cat_seconds:.0f} MB/s)")
-    print(f"{'action':20} {'seconds':>8} {'MB/s pew':>9} {'x cat':>6} {'MB/s text':>10} {'peak MB':>8} {'peak/file':>9} status")
+    print(f"{'action':20} {'seconds':>8} {'MB/s pew':>9} {'x cat':>6} {'MB/s out':>10} {'peak MB':>8} {'peak/file':>9} status")
 
     only = set(filter(None, args.only.split(",")))
     for name, options, text, changes in ACTIONS:
@@ -105,15 +105,18 @@ def main():
             if kind == "in" and not os.path.exists(text_path):
                 print(f"{name:20} skipped: run the export that makes {file} first")
                 continue
-            cmd += [text_path] if kind == "in" else []
-            cmd += [target]
-            cmd += [text_path] if kind == "out" else []
+            # The project first: the first word that names an existing file
+            # becomes the project, and an input text file exists.
+            cmd += [target, text_path]
         else:
             cmd += [target]
         seconds, peak_kib, code = run(cmd, cwd=args.work)
         text_rate = ""
-        if text_path and os.path.exists(text_path):
-            text_rate = f"{mb(os.path.getsize(text_path)) / seconds:10.0f}"
+        output = text_path
+        if options and options[0].upper().startswith("-X"):
+            output = os.path.splitext(target)[0] + ".wrp"  # the world goes beside the project
+        if output and os.path.exists(output):
+            text_rate = f"{mb(os.path.getsize(output)) / seconds:10.0f}"
         print(f"{name:20} {seconds:8.3f} {mb(size) / seconds:9.0f} {seconds / cat_seconds:6.1f} "
               f"{text_rate:>10} {peak_kib / 1024:8.0f} {peak_kib * 1024 / size:9.2f} {code}")
 

@@ -4,6 +4,9 @@
 
 #include "console.h"
 #include "file_tree.h"
+#include "objects/object_export.h"
+#include "objects/object_import.h"
+#include "objects/object_maintenance.h"
 #include "run_state.h"
 #include "templates/statistics.h"
 #include "world_export.h"
@@ -46,24 +49,40 @@ int dispatchAction(ActionCode code) {
       return runSelfTest();
     case ActionCode::ListTemplates:
       return listTemplates(*project, runOptions.separator);
+    case ActionCode::DeleteObjects:
+      return deleteObjects(*project);
+    case ActionCode::ImportObjects:
+      return importObjects(*project, textFilePath.Get());
+    case ActionCode::ExportObjects: {
+      ObjectLayout layout;
+      layout.format = runOptions.objectFormat;
+      layout.separator = runOptions.separator;
+      layout.header = runOptions.header != 0;
+      layout.columnate = runOptions.columnate == 1;
+      return exportObjects(*project, textFilePath.Get(), layout);
+    }
+    case ActionCode::ReduceObjects:
+      return reduceObjects(*project);
+    case ActionCode::ReduceAll:
+      if (reduceObjects(*project) != 0) return 1;
+      // Call point of the template reduction (src/templates/, still to come),
+      // whose status becomes the action's: return reduceTemplates(*project);
+      return 0;
+    case ActionCode::ListDuplicates:
+      return listDuplicates(*project);
+    case ActionCode::RemoveDuplicates:
+      return removeDuplicates(*project);
     case ActionCode::ExportWrp:
       return exportWorld();
     case ActionCode::None:
     case ActionCode::Analyse:
     case ActionCode::ExportElevations:
     case ActionCode::ImportElevations:
-    case ActionCode::DeleteObjects:
     case ActionCode::DeleteTemplates:
-    case ActionCode::ImportObjects:
-    case ActionCode::ExportObjects:
-    case ActionCode::ReduceObjects:
     case ActionCode::ReduceTemplates:
     case ActionCode::AddTemplates:
     case ActionCode::ExportTemplates:
     case ActionCode::ImportTemplates:
-    case ActionCode::ReduceAll:
-    case ActionCode::ListDuplicates:
-    case ActionCode::RemoveDuplicates:
       return 0;
   }
   return 0;  // codes above 18

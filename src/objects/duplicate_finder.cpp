@@ -1,0 +1,79 @@
+#include "duplicate_finder.h"
+
+#include <bit>
+#include <cstring>
+
+namespace {
+
+// The bytes that make two objects twins: the template id and the transform.
+struct TwinKey {
+  std::uint64_t words[6];
+  std::uint32_t templateId;
+
+  explicit TwinKey(const PewObject& o) : templateId(o.templateId) {
+    static_assert(sizeof(o.transform) == sizeof(words));
+    std::memcpy(words, &o.transform, sizeof(words));
+  }
+  bool operator==(const TwinKey& other) const {
+    return templateId == other.templateId && std::memcmp(words, other.words, sizeof(words)) == 0;
+  }
+  std::uint64_t hash() const {
+    std::uint64_t h = templateId * 0x9E3779B97F4A7C15ull;
+    for (std::uint64_t w : words) {
+      h = (h ^ w) * 0xBF58476D1CE4E5B9ull;
+      h ^= h >> 31;
+    }
+    h *= 0x94D049BB133111EBull;
+    return h ^ (h >> 29);
+  }
+};
+
+}  // namespace
+
+std::vector<std::uint32_t> findLaterTwins(const std::vector<const PewObject*>& objects) {
+  const std::size_t n = objects.size();
+  std::vector<std::uint32_t> twin(n, kNoTwin);
+  if (n < 2) return twin;
+
+  // Open addressing with linear probing, at most half full. A slot holds the
+  // object index plus 1 (0: empty) and, above it, 32 bits of the hash, so
+  // most probes settle without reading the object.
+  const std::size_t capacity = std::bit_ceil(2 * n);
+  const std::size_t mask = capacity - 1;
+  std::vector<std::uint64_t> slots(capacity, 0);
+
+  // From the back: a group's slot always holds its nearest member seen so
+  // far, which is the first twin behind the object now in hand. The slots
+  // are fetched from memory a few objects ahead, as most lookups miss the
+  // caches; the hashes of the objects in between wait in a small ring.
+  constexpr std::size_t kAhead = 16;
+  std::uint64_t ahead[kAhead];
+  auto prepare = [&](std::size_t k) {
+    const std::uint64_t h = TwinKey(*objects[k]).hash();
+    __builtin_prefetch(&slots[h & mask]);
+    ahead[k % kAhead] = h;
+  };
+  for (std::size_t k = n; k-- > 0 && n - k <= kAhead;) prepare(k);
+
+  for (std::size_t i = n; i-- > 0;) {
+    const std::uint64_t h = ahead[i % kAhead];
+    if (i >= kAhead) prepare(i - kAhead);
+    const std::uint64_t tag = h >> 32;
+    for (std::size_t s = h & mask;; s = (s + 1) & mask) {
+      std::uint64_t& slot = slots[s];
+      if (slot == 0) {
+        slot = (tag << 32) | (i + 1);
+        break;
+      }
+      if ((slot >> 32) == tag) {
+        std::uint32_t j = static_cast<std::uint32_t>(slot) - 1;
+        if (TwinKey(*objects[j]) == TwinKey(*objects[i])) {
+          twin[i] = j;
+          slot = (tag << 32) | (i + 1);
+          break;
+        }
+      }
+    }
+  }
+  return twin;
+}

@@ -1,0 +1,42 @@
+// ExportFile: the text file an export writes, replaced only when the export
+// succeeds.
+//
+// An existing regular file is not truncated up front: the text goes to a
+// temporary file beside it (created with FileStringA::fs_CreateTextFile) and
+// is renamed onto it at the end, so an export that fails half-way (a full
+// disk, a write error) leaves the old file as it was and frees the space it
+// took. Names that are not regular files (a pipe, /dev/null, /dev/full, a
+// terminal) are written directly, as are new files in folders we cannot add
+// a temporary file to.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+class ExportFile {
+ public:
+  ExportFile() = default;
+  ~ExportFile();
+  ExportFile(const ExportFile&) = delete;
+  ExportFile& operator=(const ExportFile&) = delete;
+
+  enum class OpenResult { Opened, CannotCreate, IsProject };
+
+  // Prepares the stream for `name`. `projectFile` names the open project: a
+  // name that leads to that very file is refused, so that an export never
+  // overwrites the project it was made from.
+  OpenResult open(const char* name, const char* projectFile);
+  FILE* stream() const { return stream_; }
+
+  // Closes the stream. With `keep` the written text becomes the file;
+  // without, a file that existed keeps its old content and a new one is
+  // removed. Returns 0, or the errno of a failed close or rename (the file
+  // then stays as it was, as without `keep`).
+  int finish(bool keep);
+
+ private:
+  FILE* stream_ = nullptr;
+  std::string target_;     // the file that receives the text
+  std::string temporary_;  // empty when writing to target_ directly
+  bool created_ = false;   // target_ did not exist before
+};

@@ -1,0 +1,284 @@
+#include "object_export.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "export_file.h"
+#include "file_string.h"
+#include "utf_convertors.h"
+
+namespace {
+
+constexpr std::string_view kLineEnd = "\r\n";
+
+// Text as the console's code page shows it. ASCII reads the same in every
+// code page, so only other text takes the conversion (which, like printf's
+// "%s", also ends the text at a NUL).
+std::string shownText(std::string_view text) {
+  for (unsigned char c : text) {
+    if (c == 0 || c >= 0x80) return utfConvertors::convert_if_local_codepage(std::string(text).c_str());
+  }
+  return std::string(text);
+}
+
+// Blanks for the name column: the unsigned 64-bit difference width - length
+// is counted down, one blank each, while it is above 4. A length above the
+// width (a header label wider than every name) wraps the difference round to
+// nearly 2^64, and the blanks then run on until the output refuses one; the
+// first failed write ends them.
+void pad(TextWriter& out, std::uint64_t width, std::uint64_t length) {
+  static const std::string blanks(256, ' ');
+  std::uint64_t n = width - length;
+  if (n <= 4) return;
+  for (std::uint64_t left = n - 4; left > 0;) {
+    std::size_t k = left < blanks.size() ? static_cast<std::size_t>(left) : blanks.size();
+    out.put(std::string_view(blanks.data(), k));
+    if (!out.ok()) return;
+    left -= k;
+  }
+}
+
+// What the name column needs of one template.
+struct ModelName {
+  std::string base;           // model file name without extension
+  std::string shown;          // base as written (code page of the console)
+  std::size_t fileLength;     // length of the model file name as stored
+};
+
+class ModelNames {
+ public:
+  explicit ModelNames(Vorlan& project) : project_(project) {}
+
+  // The name of the template with this id, or null when there is none.
+  // Objects come in any order of templates: the usual small ids find their
+  // name in a table indexed by id, others through the map that holds them.
+  const ModelName* find(std::uint32_t id) {
+    if (last_ && id == lastId_) return last_;
+    const ModelName* name = nullptr;
+    if (id < byId_.size()) {
+      name = byId_[id];
+    } else if (id >= kIndexed) {
+      auto it = names_.find(id);
+      if (it != names_.end()) name = &it->second;
+    }
+    if (!name) {
+      PewObjectTemplate* t = project_.pew_get_template(static_cast<int>(id));
+      if (!t) return nullptr;
+      FileStringA base(t->strModelFilename.Get());
+      base.fs_RemoveExt("");
+      name = &names_.emplace(id, ModelName{std::string(base.View()), shownText(base.View()),
+                                           t->strModelFilename.Length()})
+                  .first->second;
+      if (id < kIndexed) {
+        if (id >= byId_.size()) byId_.resize(id + 1, nullptr);
+        byId_[id] = name;
+      }
+    }
+    lastId_ = id;
+    return last_ = name;
+  }
+
+ private:
+  static constexpr std::uint32_t kIndexed = 1u << 20;
+  Vorlan& project_;
+  std::unordered_map<std::uint32_t, ModelName> names_;  // owns the names
+  std::vector<const ModelName*> byId_;                  // ids below kIndexed
+  std::uint32_t lastId_ = 0;
+  const ModelName* last_ = nullptr;
+};
+
+void putHeader(TextWriter& out, const ObjectLayout& layout, std::uint64_t width) {
+  const char sep = static_cast<char>(layout.separator);
+  std::string_view label = layout.format == 0 ? "FileName" : "FileName[:InstanceName]";
+  out.put('"');
+  out.put(label);
+  out.put('"');
+  out.put(sep);
+  pad(out, width, label.size());  // padded whether columnated or not
+  if (!out.ok()) return;
+  auto put3 = [&](std::string_view a, std::string_view b, std::string_view c) {
+    out.put(a);
+    out.put(sep);
+    out.put(b);
+    out.put(sep);
+    out.put(c);
+    out.put(sep);
+  };
+  switch (layout.format) {
+    case 0:
+    case 1:
+      if (layout.columnate) {
+        put3("    X   ", "    Y   ", "Height");
+        out.put("Degrees");
+        if (layout.format == 1) {
+          out.put(sep);
+          out.put(" +Rel");
+          out.put(sep);
+          out.put("Scale");
+        }
+      } else {
+        put3("X", "Y", "Height");
+        out.put("Orientation");
+        if (layout.format == 1) {
+          out.put(sep);
+          out.put("Relative");
+          out.put(sep);
+          out.put("Scale");
+        }
+      }
+      break;
+    case 2:
+    case 3:
+      out.put("Relative Height");
+      out.put(sep);
+      out.put("Transform....");
+      break;
+    default:
+      break;
+  }
+  out.put(kLineEnd);
+}
+
+// The values of formats 0 and 1: x, y, height, degrees and, in format 1,
+// the relative height and the scale.
+void putPlacement(TextWriter& out, const PewObject& o, const ObjectLayout& layout) {
+  const char sep = static_cast<char>(layout.separator);
+  const Matrix4& t = o.transform;
+  const bool wide = layout.columnate;
+  out.putFixed(t.X(), 2, wide ? 8 : 0);
+  out.put(sep);
+  out.putFixed(t.Y(), 2, wide ? 8 : 0);
+  out.put(sep);
+  out.putFixed(t.Height(), 2, wide ? 6 : 0);
+  out.put(sep);
+  out.putFixed(t.GetDirectionInDegrees(), 2, wide ? 6 : 4);
+  if (layout.format == 1) {
+    out.put(sep);
+    out.putFixed(o.relativeHeight, 2, wide ? 6 : 0);
+    out.put(sep);
+    out.putFixed(t.Scale(), 2, wide ? 5 : 0);
+  }
+}
+
+// Formats 2 and 3: the relative height ends the first line, then the four
+// rows as stored, one line each.
+void putTransform(TextWriter& out, const PewObject& o, char sep) {
+  out.putFixed(o.relativeHeight, 2);
+  out.put(sep);
+  out.put(kLineEnd);
+  for (const auto& row : o.transform.m) {
+    for (float value : row) {
+      out.put('\t');
+      out.putFixed(value, 6);
+      out.put(sep);
+    }
+    out.put(kLineEnd);
+  }
+}
+
+}  // namespace
+
+int writeObjects(Vorlan& project, TextWriter& out, const ObjectLayout& layout) {
+  PewObjects& objects = *project.pew_get_objects();
+  ModelNames names(project);
+  const char sep = static_cast<char>(layout.separator);
+
+  // The name width, from every valid object: the longest model file name,
+  // widened by the longest instance name and its colon in every format but 0.
+  // Every template is looked up here, so the writing below meets no missing
+  // one.
+  std::uint64_t longestModel = 0, longestInstance = 0;
+  for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) {
+    const ModelName* name = names.find(o->templateId);
+    if (!name) {
+      std::fprintf(stderr, "Error in pew. No template model index %u\n", o->templateId);
+      return 0;  // lenient on purpose: nothing written, the export goes on as a success
+    }
+    if (name->fileLength > longestModel) longestModel = name->fileLength;
+    if (layout.format != 0 && o->instanceName.Length() > longestInstance) longestInstance = o->instanceName.Length();
+  }
+  const std::uint64_t width = longestModel + (longestInstance ? longestInstance + 1 : 0);
+
+  if (layout.header) putHeader(out, layout, width);
+
+  for (PewObject* o = objects.pewobject_GetFirstValid(); o && out.ok(); o = objects.pewobject_GetNextValid(o)) {
+    const ModelName& name = *names.find(o->templateId);
+    std::size_t length = name.base.size();
+    out.put('"');
+    if (layout.format == 1 && !o->instanceName.IsEmpty()) {
+      std::string text = name.base + ":" + std::string(o->instanceName.View());
+      length = text.size();
+      out.put(shownText(text));
+    } else {
+      out.put(name.shown);
+    }
+    out.put('"');
+    out.put(sep);
+    if (layout.columnate) pad(out, width, length);
+
+    switch (layout.format) {
+      case 0:
+      case 1:
+        putPlacement(out, *o, layout);
+        break;
+      case 2:
+      case 3:  // the same rows as format 2, deliberately
+        putTransform(out, *o, sep);
+        break;
+      default:
+        return 1;
+    }
+    out.put(kLineEnd);
+  }
+  return out.ok() ? 0 : 1;
+}
+
+int exportObjects(Vorlan& project, const char* fileName, const ObjectLayout& layout) {
+  if (!fileName || !*fileName) {
+    std::fflush(stdout);
+    TextWriter out(stdout);
+    int status = writeObjects(project, out, layout);
+    if (out.flush() != 0) {
+      std::fprintf(stderr, "cannot write objects to standard output: %s\n", std::strerror(out.error()));
+      return 1;
+    }
+    return status;
+  }
+
+  std::string shownName = utfConvertors::convert_if_local_codepage(fileName);
+  ExportFile file;
+  switch (file.open(fileName, project.fileName().c_str())) {
+    case ExportFile::OpenResult::Opened:
+      break;
+    case ExportFile::OpenResult::IsProject:
+      std::fprintf(stderr, "cannot create output file %s: it is the project file\n", shownName.c_str());
+      return 1;
+    case ExportFile::OpenResult::CannotCreate:
+      std::fprintf(stderr, "cannot create output file %s\n", shownName.c_str());
+      return 1;
+  }
+
+  int status, error;
+  {
+    TextWriter out(file.stream());
+    status = writeObjects(project, out, layout);
+    error = out.flush();
+  }
+  if (error == 0 && status != 0) {
+    file.finish(false);  // the old file stays as it was
+    return status;
+  }
+  if (error == 0) error = file.finish(true);
+  if (error != 0) {
+    file.finish(false);
+    std::fprintf(stderr, "cannot write output file %s: %s\n", shownName.c_str(), std::strerror(error));
+    return 1;
+  }
+  std::fprintf(stderr, "\nobjects exported to '%s'\n", shownName.c_str());
+  return 0;
+}

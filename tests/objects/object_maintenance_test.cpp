@@ -1,0 +1,207 @@
+#include "objects/object_maintenance.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <random>
+
+#include "driver/run_state.h"
+#include "input_feed.h"
+#include "object_test_support.h"
+#include "objects/duplicate_finder.h"
+#include "objects/object_import.h"
+#include "stream_capture.h"
+
+namespace {
+
+struct Printed {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+template <typename Action>
+Printed run(Action action) {
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
+  int status = action();
+  std::string errText = err.finish();
+  return {status, out.finish(), errText};
+}
+
+bool saved(const Printed& p) { return p.err.find("Creating ") != std::string::npos; }
+
+std::vector<PewObject*> allValid(Vorlan& project) {
+  std::vector<PewObject*> all;
+  PewObjects& objects = *project.pew_get_objects();
+  for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) all.push_back(o);
+  return all;
+}
+
+std::vector<std::int32_t> validIds(Vorlan& project) {
+  std::vector<std::int32_t> ids;
+  for (PewObject* o : allValid(project)) ids.push_back(o->objectId);
+  return ids;
+}
+
+// Twins as the listing defines them, the slow way.
+std::vector<std::uint32_t> twinsByPairs(const std::vector<const PewObject*>& objects) {
+  std::vector<std::uint32_t> twin(objects.size(), kNoTwin);
+  for (std::size_t i = 0; i < objects.size(); ++i)
+    for (std::size_t j = i + 1; j < objects.size(); ++j)
+      if (objects[j]->templateId == objects[i]->templateId &&
+          std::memcmp(&objects[j]->transform, &objects[i]->transform, sizeof(Matrix4)) == 0) {
+        twin[i] = static_cast<std::uint32_t>(j);
+        break;
+      }
+  return twin;
+}
+
+ProjectFixture withTemplates() {
+  ProjectFixture f;
+  f.grid(2, 2, 10.0f);
+  f.addTemplate(1, "ca\\house.p3d");
+  f.addTemplate(2, "tree.p3d");
+  return f;
+}
+
+}  // namespace
+
+TEST(ListDuplicates, EachObjectWithItsFirstLaterTwin) {
+  ProjectFixture f = withTemplates();
+  f.addObject(1).at(1, 2, 3);                       // ID 1
+  f.addObject(2).at(1, 2, 3);                       // 2: another template
+  f.addObject(1).at(1, 2, 3);                       // 3: twin of 1 (once 4 is deleted)
+  f.addObject(1).at(1, 2, 3);                       // 4: marked deleted below
+  f.addObject(1).at(5.5f, -6.25f, 0);               // 5
+  f.addObject(1).at(1, 2, 3);                       // 6: twin of 3
+  f.addObject(1).at(5.5f, -6.25f, 0);               // 7: twin of 5
+  f.addObject(1).at(1, 2, 3).transform[1] = -0.0f;  // 8: differs from 1 in a zero's sign only
+  f.addObject(1).at(1, 2, 3).relative(4);           // 9: relative heights do not count
+  f.addDeleted();
+  OpenedProject p(f);
+  allValid(p.get())[3]->validFlag = 0;
+  Printed r = run([&] { return listDuplicates(p.get()); });
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out,
+            "listing duplicate objects...\n"
+            "ca\\house.p3d: ID 1 and 3 @ location 1.00x2.00\n"
+            "ca\\house.p3d: ID 3 and 6 @ location 1.00x2.00\n"
+            "ca\\house.p3d: ID 5 and 7 @ location 5.50x-6.25\n"
+            "ca\\house.p3d: ID 6 and 9 @ location 1.00x2.00\n"
+            "at least 4 duplicates found\n");
+  EXPECT_EQ(r.err, "");
+  EXPECT_TRUE(p.unchanged());
+}
+
+TEST(ListDuplicates, NoneFoundAndMissingTemplates) {
+  ProjectFixture f = withTemplates();
+  f.addObject(1).at(1, 2, 3);
+  f.addObject(1).at(1, 2, 4);
+  OpenedProject p(f);
+  EXPECT_EQ(run([&] { return listDuplicates(p.get()); }).out, "listing duplicate objects...\nno duplicates found\n");
+
+  ProjectFixture damaged = withTemplates();
+  damaged.addObject(6);
+  damaged.addObject(6);
+  OpenedProject q(damaged);
+  EXPECT_EQ(run([&] { return listDuplicates(q.get()); }).out,
+            "listing duplicate objects...\n(no template 6): ID 1 and 2 @ location 0.00x0.00\nat least 1 duplicates found\n");
+}
+
+TEST(ListDuplicates, HashedSearchAgreesWithComparingEveryPair) {
+  std::mt19937 random(9);
+  const float values[] = {0.0f, -0.0f, 1.0f, 2.5f};
+  PewObjects list;
+  for (int i = 0; i < 3000; ++i) {
+    PewObject* o = list.AddPewObject();
+    o->templateId = 1 + random() % 2;
+    for (int k = 0; k < 12; ++k) o->transform.data()[k] = static_cast<unsigned>(k % 4) == random() % 4 ? values[random() % 4] : 0.0f;
+  }
+  std::vector<const PewObject*> objects;
+  for (PewObject* o = list.pewobject_GetFirstValid(); o; o = list.pewobject_GetNextValid(o)) objects.push_back(o);
+  std::vector<std::uint32_t> twins = findLaterTwins(objects);
+  EXPECT_EQ(twins, twinsByPairs(objects));
+  EXPECT_GT(std::count_if(twins.begin(), twins.end(), [](std::uint32_t t) { return t != kNoTwin; }), 1000);
+}
+
+TEST(ListDuplicates, LinearInTheObjectsEvenWhenAllAreTwins) {
+  PewObjects list;
+  std::vector<const PewObject*> objects;
+  for (int i = 0; i < 1000000; ++i) objects.push_back(list.AddPewObject());
+  auto start = std::chrono::steady_clock::now();
+  std::vector<std::uint32_t> twins = findLaterTwins(objects);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  for (std::uint32_t i = 0; i + 1 < twins.size(); ++i) ASSERT_EQ(twins[i], i + 1);
+  EXPECT_EQ(twins.back(), kNoTwin);
+}
+
+TEST(ReduceObjects, RemovesEveryDeletedEntryForGood) {
+  ProjectFixture f = withTemplates();
+  f.addObject(1).id = 10;
+  f.addDeleted(2);
+  f.addObject(2).id = 20;
+  f.addObject(1).id = 30;
+  f.addDeleted();
+  OpenedProject p(f);
+  allValid(p.get())[1]->validFlag = 0;  // marked by earlier work: reduced as well
+  EXPECT_EQ(p.get().pew_get_objects()->slotCount(), 6u);
+  Printed r = run([&] { return reduceObjects(p.get()); });
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, "Reducing objects...\n....\n4 unusable Object entries Removed\n");
+  EXPECT_TRUE(saved(r));
+  Vorlan reduced;
+  p.reopen(reduced);
+  EXPECT_EQ(reduced.pew_get_objects()->slotCount(), 2u);
+  EXPECT_EQ(validIds(reduced), (std::vector<std::int32_t>{10, 30}));
+  EXPECT_EQ(reduced.pew_template_used_in_objects(reduced.pew_get_template(2)), 0);
+  EXPECT_NE(reduced.pew_template_used_in_objects(reduced.pew_get_template(1)), 0);
+}
+
+TEST(AddOffsets, MovesTheValidObjectsOnly) {
+  ProjectFixture f = withTemplates();
+  f.addObject(1).at(1, 2, 3).heading(30, 2);
+  f.addObject(2).at(-5, 7.5f, 0);
+  OpenedProject p(f);
+  PewObject* hidden = allValid(p.get())[1];
+  hidden->validFlag = 0;
+  Matrix4 before = allValid(p.get())[0]->transform;
+  Printed r = run([&] { return addOffsets(p.get(), 10, 20, 0); });
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, "Adding offsets\nOffsets added to all Objects\n");
+  const Matrix4& moved = allValid(p.get())[0]->transform;
+  EXPECT_EQ(moved.X(), 11.0);
+  EXPECT_EQ(moved.Y(), 22.0);
+  EXPECT_EQ(moved.Height(), 3.0);
+  EXPECT_EQ(std::memcmp(moved.m, before.m, 9 * sizeof(float)), 0);  // orientation and scale stay
+  EXPECT_EQ(hidden->transform.X(), -5.0);
+  EXPECT_EQ(hidden->transform.Y(), 7.5);
+}
+
+TEST(ObjectActions, DeclinedConfirmationChangesNothing) {
+  ProjectFixture f = withTemplates();
+  f.addObject(1);
+  f.addDeleted();
+  OpenedProject p(f);
+  runOptions.yes = 0;
+  std::string text = p.file("objects.txt");
+  writeFileText(text, "\"tree\",1,2,3,4\r\n");
+  std::vector<std::pair<const char*, std::function<int()>>> actions = {
+      {"Deleting Objects\n", [&] { return deleteObjects(p.get()); }},
+      {"removing duplicate objects...\n", [&] { return removeDuplicates(p.get()); }},
+      {"Reducing objects...\n", [&] { return reduceObjects(p.get()); }},
+      {"Adding offsets\n", [&] { return addOffsets(p.get(), 1, 1, 1); }},
+      {"Importing Objects\n", [&] { return importObjects(p.get(), text.c_str()); }},
+  };
+  for (auto& [title, action] : actions) {
+    InputFeed keys("n");
+    Printed r = run(action);
+    EXPECT_EQ(r.status, 1) << title;
+    EXPECT_EQ(r.out, title);
+    EXPECT_EQ(r.err, "are you sure you want to do this? Y/N? n\n");
+  }
+  EXPECT_EQ(p.get().pew_get_objects()->slotCount(), 2u);
+  EXPECT_TRUE(p.unchanged());
+  EXPECT_EQ(p.folderContent(), (std::vector<std::string>{"map.pew", "objects.txt"}));
+}
