@@ -64,6 +64,15 @@ void ConfigParser::CheckDepth(const Token& at, int depth) {
   }
 }
 
+void ConfigParser::CheckEntries(const Token& at) {
+  if (tree_.entries() > limits_.maxEntries) FailEntries(at);
+}
+
+void ConfigParser::FailEntries(const Token& at) const {
+  Fail(at, "the text makes more than " + std::to_string(limits_.maxEntries) +
+               " entries (classes, properties, arrays and elements, copies of inherited arrays included)");
+}
+
 void ConfigParser::Parse() {
   Advance();
   scopes_.assign(1, tree_.root());
@@ -147,6 +156,7 @@ void ConfigParser::ParseClass(rap_entry* scope, int depth) {
     // A declaration only; the body may follow later.
     Advance();
     if (!cls) tree_.Append(scope, tree_.NewClass(name));
+    CheckEntries(nameToken);
     return;
   }
   if (!current_.Is('{')) {
@@ -168,6 +178,7 @@ void ConfigParser::ParseClass(rap_entry* scope, int depth) {
   if (!cls) {
     cls = tree_.NewClass(name);
     tree_.Append(scope, cls);
+    CheckEntries(nameToken);
   }
   if (base) tree_.SetBase(cls, base);
   tree_.MarkBody(cls);
@@ -227,7 +238,9 @@ void ConfigParser::ParseMember(rap_entry* scope, int depth) {
       own = tree_.NewArray(name);
       tree_.Append(scope, own);
       rap_entry* inherited = append ? FindInherited(scope, name) : nullptr;
-      if (inherited && inherited->IsArray()) tree_.CopyElements(inherited, own);
+      if (inherited && inherited->IsArray() && !tree_.CopyElements(inherited, own, limits_.maxEntries))
+        FailEntries(nameToken);
+      CheckEntries(nameToken);
     } else if (!append) {
       tree_.ClearChildren(own);
     }
@@ -248,6 +261,7 @@ void ConfigParser::ParseMember(rap_entry* scope, int depth) {
   if (!own) {
     own = tree_.NewValue(name);
     tree_.Append(scope, own);
+    CheckEntries(nameToken);
   }
   ParseValue(&own->value, "property", name);
   if (!current_.Is(';')) {
@@ -265,10 +279,12 @@ void ConfigParser::ParseArray(rap_entry* array, std::string_view arrayName, int 
     if (current_.Is('{')) {
       rap_entry* nested = tree_.NewArray({});
       tree_.Append(array, nested);
+      CheckEntries(current_);
       ParseArray(nested, arrayName, depth + 1);
     } else {
       rap_entry* element = tree_.NewValue({});
       tree_.Append(array, element);
+      CheckEntries(current_);
       ParseValue(&element->value, "array", arrayName);
     }
     if (current_.Is(',')) {

@@ -50,6 +50,9 @@ class ConfigParser {
   rap_entry* FindBase(std::string_view name, const rap_entry* defining);
   rap_entry* FindInherited(rap_entry* cls, std::string_view name);
   void CheckDepth(const Token& at, int depth);
+  // Every entry made counts against limits_.maxEntries.
+  void CheckEntries(const Token& at);
+  [[noreturn]] void FailEntries(const Token& at) const;
   [[noreturn]] void Fail(const Token& at, const std::string& message) const;
 
   ConfigPreprocessor& input_;

@@ -12,6 +12,7 @@ rap_entry* ConfigTree::Allocate(rap_entry::Kind kind, std::string_view name) {
     used_ = 0;
   }
   rap_entry* entry = &blocks_.back()[used_++];
+  ++made_;
   entry->kind_ = kind;
   if (!name.empty()) entry->name.Set(name);
   return entry;
@@ -34,6 +35,7 @@ rap_entry* ConfigTree::NewArray(std::string_view name) {
 
 void ConfigTree::Append(rap_entry* parent, rap_entry* child) {
   child->next_ = nullptr;
+  child->prev_ = parent->last_;
   if (parent->last_) {
     parent->last_->next_ = child;
   } else {
@@ -47,16 +49,13 @@ void ConfigTree::Append(rap_entry* parent, rap_entry* child) {
 }
 
 void ConfigTree::Remove(rap_entry* parent, rap_entry* child) {
-  rap_entry* before = nullptr;
-  rap_entry* e = parent->first_;
-  while (e && e != child) {
-    before = e;
-    e = e->next_;
-  }
-  if (!e) return;
+  // The child found by name in `parent` (as the parser does): unlinked in
+  // constant time, however many siblings it has.
+  rap_entry* before = child->prev_;
   (before ? before->next_ : parent->first_) = child->next_;
-  if (parent->last_ == child) parent->last_ = before;
+  (child->next_ ? child->next_->prev_ : parent->last_) = before;
   child->next_ = nullptr;
+  child->prev_ = nullptr;
   --parent->count_;
   if (parent->data_ && parent->data_->index) {
     auto it = parent->data_->index->find(FoldConfigName(child->name.View()));
@@ -71,12 +70,14 @@ void ConfigTree::ClearChildren(rap_entry* parent) {
   if (parent->data_) parent->data_->index.reset();
 }
 
-void ConfigTree::CopyElements(const rap_entry* from, rap_entry* to) {
+bool ConfigTree::CopyElements(const rap_entry* from, rap_entry* to, std::size_t maxEntries) {
   // Array nesting is bounded by the parser, and so is this recursion.
   for (const rap_entry* e = from->first_; e; e = e->next_) {
+    if (made_ >= maxEntries) return false;
     rap_entry* copy = Allocate(e->kind_, e->name.View());
     copy->value = e->value;
     Append(to, copy);
-    if (e->IsArray()) CopyElements(e, copy);
+    if (e->IsArray() && !CopyElements(e, copy, maxEntries)) return false;
   }
+  return true;
 }

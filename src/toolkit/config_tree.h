@@ -28,10 +28,14 @@ class ConfigTree {
   rap_entry* NewArray(std::string_view name);
 
   void Append(rap_entry* parent, rap_entry* child);
+  // `child` must be a child of `parent`.
   void Remove(rap_entry* parent, rap_entry* child);
   void ClearChildren(rap_entry* parent);
-  // Appends deep copies of the elements of array `from` to array `to`.
-  void CopyElements(const rap_entry* from, rap_entry* to);
+  // Appends deep copies of the elements of array `from` to array `to`, but
+  // stops, returning false, as soon as the tree holds more than `maxEntries`.
+  bool CopyElements(const rap_entry* from, rap_entry* to, std::size_t maxEntries);
+  // Entries made so far, unlinked ones and copies included.
+  std::size_t entries() const { return made_; }
 
   void SetBase(rap_entry* cls, rap_entry* base) { cls->data_->base = base; }
   void MarkBody(rap_entry* cls) { cls->data_->hasBody = true; }
@@ -44,6 +48,7 @@ class ConfigTree {
 
   std::vector<std::unique_ptr<rap_entry[]>> blocks_;
   std::size_t used_ = 0;
+  std::size_t made_ = 0;
   std::deque<rap_entry::ClassData> classData_;
   rap_entry* root_;
 };

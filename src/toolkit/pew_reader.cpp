@@ -25,6 +25,15 @@ std::string printable(const unsigned char* bytes, std::size_t n) {
   return out;
 }
 
+std::string decimal(unsigned __int128 value) {
+  std::string digits;
+  do {
+    digits.insert(digits.begin(), static_cast<char>('0' + static_cast<int>(value % 10)));
+    value /= 10;
+  } while (value != 0);
+  return digits;
+}
+
 class Decoder {
  public:
   Decoder(ByteSource& in, ProjectContent& out, DecodeFailure& failure)
@@ -202,12 +211,16 @@ bool Decoder::grid() {
   block_ = "elevation grid";
   std::uint64_t at = in_.offset();
   if (!get(out_.columns) || !get(out_.rows)) return false;
+  // Two 32-bit sizes make up to 2^64 cells, and 4.25 bytes a cell can pass
+  // 2^64: the size is worked out in 128 bits so that no grid wraps round to
+  // a small number that fits the file.
   std::uint64_t cells = std::uint64_t{out_.columns} * out_.rows;
-  std::uint64_t need = cells * 4 + (cells / 16) * 4 + 4;
-  if (need > in_.remaining())
+  unsigned __int128 wanted = static_cast<unsigned __int128>(cells) * 4 + (cells / 16) * 4 + 4;
+  if (wanted > in_.remaining())
     return fail(status::kDamaged, at,
                 "a grid of " + std::to_string(out_.columns) + " x " + std::to_string(out_.rows) + " needs " +
-                    std::to_string(need) + " bytes, only " + std::to_string(in_.remaining()) + " left");
+                    decimal(wanted) + " bytes, only " + std::to_string(in_.remaining()) + " left");
+  std::uint64_t need = static_cast<std::uint64_t>(wanted);
   out_.heights.resize(cells);
   out_.extra.resize(cells / 16);
   if (!in_.readBytes(out_.heights.data(), cells * 4) || !in_.readBytes(out_.extra.data(), cells / 16 * 4))

@@ -71,6 +71,7 @@ class rap_entry {
   rap_entry* FindOwn(std::string_view name);
 
   rap_entry* next_ = nullptr;
+  rap_entry* prev_ = nullptr;  // lets "delete" unlink a class without walking its siblings
   rap_entry* first_ = nullptr;
   rap_entry* last_ = nullptr;
   ClassData* data_ = nullptr;  // classes only; owned by the tree

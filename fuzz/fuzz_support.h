@@ -1,0 +1,48 @@
+// Shared by the fuzz targets: a quiet message sink that counts its calls, a
+// scratch folder of this process, and a watch on the heap that tells how much
+// one input made the code under test allocate at its peak.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace fuzz {
+
+// Message sink for the toolkit: formats nothing, counts the calls.
+extern int messageCount;
+bool quietSink(const char* format, ...);
+// The same, keeping the text of the last message.
+extern std::string lastMessage;
+bool keepingSink(const char* format, ...);
+
+// A folder of this process under /dev/shm (or /tmp), made on the first call
+// and removed with its content at exit.
+const std::string& scratchFolder();
+
+std::vector<unsigned char> readFile(const std::string& name);
+void writeFile(const std::string& name, const std::string& text);
+
+// Heap watch: begin() takes the bytes in use now as the base; peakSince()
+// is the highest number of bytes in use above that base since then. Works
+// under AddressSanitizer, through its allocation hooks.
+void installHeapWatch();
+void beginHeapWatch();
+std::size_t heapPeakSinceBegin();
+
+// Stops the run with a message that libFuzzer reports as a crash, keeping
+// the input that caused it.
+[[noreturn]] void fail(const char* format, ...);
+
+// The memory a reader may use for an input of `size` bytes.
+inline std::size_t memoryBudget(std::size_t size) { return 64 * size + (std::size_t{8} << 20); }
+
+}  // namespace fuzz
+
+#define FUZZ_CHECK(condition, ...)                                            \
+  do {                                                                        \
+    if (!(condition)) ::fuzz::fail("check failed: " #condition ": " __VA_ARGS__); \
+  } while (0)

@@ -1,0 +1,1 @@
+#include "n0.h"

@@ -1,0 +1,3 @@
+#ifndef X
+#include "folder.h"
+#endif

@@ -1,0 +1,2 @@
+a = 1;
+#include "self.h"

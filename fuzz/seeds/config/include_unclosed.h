@@ -1,0 +1,2 @@
+#define FROM_A
+#include "open.h"

@@ -1,0 +1,3 @@
+#include "b.h"
+#include "sub\x.h"
+class Here : IncB { z = JOIN(a, 1); };
