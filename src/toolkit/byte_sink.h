@@ -49,4 +49,5 @@ class ByteSink {
   int error_ = 0;
   std::vector<unsigned char> buffer_;
   std::size_t used_ = 0;
+  std::uint64_t written_ = 0;  // bytes written to the file so far
 };
