@@ -8,6 +8,7 @@
 #include <cstring>
 #include <unordered_map>
 
+#include "cstring8.h"
 #include "id_set.h"
 #include "status.h"
 #include "world_format.h"
@@ -17,16 +18,12 @@ Morvik::~Morvik() = default;
 
 void Morvik::report(const char* format, ...) {
   if (!sink_) return;
+  CString8 text;
   va_list args;
   va_start(args, format);
-  va_list again;
-  va_copy(again, args);
-  int length = std::vsnprintf(nullptr, 0, format, args);
+  text.FormatV(format, args);
   va_end(args);
-  std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, again);
-  va_end(again);
-  sink_("%s", text.c_str());
+  sink_("%s", text.Get());
 }
 
 void Morvik::Close() {

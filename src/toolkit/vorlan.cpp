@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "cstring8.h"
 #include "status.h"
 
 std::string projectFileName(const char* name) {
@@ -23,12 +24,12 @@ Vorlan::~Vorlan() = default;
 
 void Vorlan::report(const char* format, ...) {
   if (!sink_) return;
-  char text[2048];
+  CString8 text;
   va_list args;
   va_start(args, format);
-  std::vsnprintf(text, sizeof text, format, args);
+  text.FormatV(format, args);
   va_end(args);
-  sink_("%s", text);
+  sink_("%s", text.Get());
 }
 
 static const char* failureKind(int status) {

@@ -12,6 +12,7 @@
 
 #include "byte_source.h"
 #include "id_set.h"
+#include "cstring8.h"
 #include "morvik.h"
 #include "status.h"
 #include "world_format.h"
@@ -19,16 +20,12 @@
 namespace {
 
 std::string format(const char* fmt, ...) {
+  CString8 text;
   va_list args;
   va_start(args, fmt);
-  va_list again;
-  va_copy(again, args);
-  int length = std::vsnprintf(nullptr, 0, fmt, args);
+  text.FormatV(fmt, args);
   va_end(args);
-  std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-  std::vsnprintf(text.data(), text.size() + 1, fmt, again);
-  va_end(again);
-  return text;
+  return std::string(text.View());
 }
 
 // The four signature bytes as text, unprintable bytes as \xNN.
