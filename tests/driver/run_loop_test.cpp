@@ -315,11 +315,11 @@ TEST_F(SaveProjectTest, FolderMadeReadOnlyAfterTheConfirmationFailsCleanly) {
   EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
 }
 
-// A project of some 17 MB (a 2048 x 2048 grid and 20000 objects): large
+// A project of some 5 MB (a 1024 x 1024 grid and 20000 objects): large
 // enough that a kill can land while it is written.
 std::string writeLargeProject(const std::string& name) {
   ProjectFixture f;
-  f.grid(2048, 2048, 10.0f);
+  f.grid(1024, 1024, 10.0f);
   f.addTemplate(1, "ca\\house.p3d", "house");
   for (int i = 0; i < 20000; ++i) f.addObject(1).at(static_cast<float>(i % 2000), static_cast<float>(i / 2000), 0);
   return f.writeTo(name);
