@@ -23,7 +23,11 @@ int saveProject(const char* message) {
   int status = project->pew_Create(name, 0);
   std::fputs("--------------\n", stderr);
   status = outputs.rnp_CloseOutputs(status);
-  if (status != 0) return status;
+  if (status != 0) {
+    std::fprintf(stderr, "%s was not saved and is unchanged: the new project could not be written\n",
+                 shownName(outputs.rnp_GetFileName(1)).c_str());
+    return status;
+  }
   if (message) std::printf("%s", utfConvertors::convert_if_local_codepage(message).c_str());
   if (runOptions.verify) {
     name = outputs.rnp_GetFileName(1);

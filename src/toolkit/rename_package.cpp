@@ -1,10 +1,14 @@
 #include "rename_package.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "file_string.h"
@@ -77,6 +81,45 @@ bool copyFile(const std::string& from, const std::string& to) {
   close(in);
   if (!ok) unlink(to.c_str());
   return ok;
+}
+
+// True for "<pid>" or "<pid>-<counter>" (the endings freeName gives), with the
+// pid in `pid`.
+bool parseOwner(const char* text, long* pid) {
+  char* end = nullptr;
+  if (*text < '1' || *text > '9') return false;
+  errno = 0;
+  *pid = std::strtol(text, &end, 10);
+  if (errno != 0 || *pid <= 0) return false;
+  if (*end == '-') {
+    const char* counter = end + 1;
+    if (*counter < '1' || *counter > '9') return false;
+    std::strtol(counter, &end, 10);
+  }
+  return *end == '\0';
+}
+
+// Removes what killed runs left of their own in `folder` for `fileName`: the
+// temporary project ".<name>.tmp-<pid>" and the backup staging name
+// ".<name>.bak.tmp-<pid>" (either with a counter), but only regular files
+// whose process no longer exists. A process of another user counts as
+// existing, and this process's own names are left to it.
+void removeStaleTemporaries(const std::string& folder, const std::string& fileName) {
+  DIR* dir = opendir(folder.empty() ? "." : folder.c_str());
+  if (!dir) return;
+  const std::string patterns[] = {"." + fileName + ".tmp-", "." + fileName + ".bak.tmp-"};
+  while (const dirent* entry = readdir(dir)) {
+    const char* name = entry->d_name;
+    for (const std::string& pattern : patterns) {
+      long pid = 0;
+      if (std::strncmp(name, pattern.c_str(), pattern.size()) != 0 || !parseOwner(name + pattern.size(), &pid)) continue;
+      if (pid == getpid() || kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH) continue;
+      std::string path = folder + name;
+      struct stat info;
+      if (lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode)) unlink(path.c_str());
+    }
+  }
+  closedir(dir);
 }
 
 }  // namespace
@@ -155,6 +198,7 @@ int RenamePackageA::rnp_CloseOutputs(int status) {
     return status::kCannotWrite;
   }
   pending_ = false;
+  removeStaleTemporaries(folder_, final_.substr(folder_.size()));
   syncFolder(folder_);
   return status::kOk;
 }

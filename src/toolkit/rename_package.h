@@ -35,7 +35,9 @@ class RenamePackageA {
   // temporary file is renamed onto the final name; any failure removes the
   // temporary file, leaves the old project as it was and returns
   // status::kCannotWrite. With a non-zero `status` the temporary file is
-  // removed and `status` is returned unchanged.
+  // removed and `status` is returned unchanged. After a successful rename,
+  // temporary files of this project left by killed runs (the patterns above,
+  // of a process that no longer exists) are removed as well.
   int rnp_CloseOutputs(int status);
 
  private:

@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -17,6 +19,7 @@
 #include "driver/console.h"
 #include "driver/run_state.h"
 #include "driver/save_project.h"
+#include "fixture_builder.h"
 #include "run_test_support.h"
 #include "status.h"
 #include "stream_capture.h"
@@ -237,6 +240,183 @@ TEST_F(SaveProjectTest, DiskFullDuringTheWriteLeavesTheProjectByteIdentical) {
   ASSERT_TRUE(WIFEXITED(result));
   EXPECT_EQ(WEXITSTATUS(result), status::kCannotWrite);
   EXPECT_TRUE(readFileText(path) == old) << "the project changed";
+  EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
+}
+
+// What the failed saves below must leave: a non-zero status, a message that
+// names the project, and the old project byte for byte.
+void expectUnsaved(int status, const std::string& errText, const std::string& project, const std::string& old) {
+  EXPECT_EQ(status, status::kCannotWrite);
+  EXPECT_NE(errText.find("map.pew was not saved and is unchanged"), std::string::npos) << errText;
+  EXPECT_TRUE(readFileText(project) == old) << "the project changed";
+}
+
+// Between the confirmation and the write, something takes the temporary
+// name: creating the file fails for any user, the super-user included.
+TEST_F(SaveProjectTest, TemporaryNameTakenAfterTheConfirmationFailsCleanly) {
+  std::string old = readFileText(path);
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
+  ASSERT_NE(confirmAction(nullptr), 0);
+  std::string temp = outputs.rnp_GetFileName(3);
+  ASSERT_EQ(mkdir(temp.c_str(), 0755), 0);
+  project->pew_delete_objects();
+  int status = saveProject("Objects Deleted\n");
+  std::string errText = err.finish();
+  std::string outText = out.finish();
+  expectUnsaved(status, errText + outText, path, old);
+  EXPECT_NE((errText + outText).find(".map.pew.tmp-" + std::to_string(getpid()) + ": cannot write"), std::string::npos)
+      << errText << outText;
+  EXPECT_EQ(outText.find("Objects Deleted"), std::string::npos);
+  EXPECT_TRUE(std::filesystem::is_directory(temp)) << "the failed save removed what it did not create";
+  ASSERT_EQ(rmdir(temp.c_str()), 0);
+  EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
+}
+
+// The project's folder is moved away between the confirmation and the write
+// (binds the super-user as well): nothing may appear where it was, and the
+// moved project is untouched.
+TEST_F(SaveProjectTest, FolderMovedAwayAfterTheConfirmationFailsCleanly) {
+  std::filesystem::create_directory(dir.file("maps"));
+  path = writeProject(dir.file("maps/map.pew"), 4);
+  std::string old = readFileText(path);
+  projectPath.Set(path.c_str());
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
+  ASSERT_EQ(project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0), 0);
+  ASSERT_NE(confirmAction(nullptr), 0);
+  std::filesystem::rename(dir.file("maps"), dir.file("moved"));
+  project->pew_delete_objects();
+  int status = saveProject("Objects Deleted\n");
+  std::string errText = err.finish();
+  expectUnsaved(status, errText + out.finish(), dir.file("moved/map.pew"), old);
+  EXPECT_EQ(files(), (std::vector<std::string>{"map.pew", "moved"}));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.file("moved")),
+                          std::filesystem::directory_iterator()), 1);
+}
+
+// The real read-only folder. Permissions do not bind the super-user, so this
+// one only runs for a normal user; the two tests above cover the same path.
+TEST_F(SaveProjectTest, FolderMadeReadOnlyAfterTheConfirmationFailsCleanly) {
+  if (geteuid() == 0) GTEST_SKIP() << "running as root: folder permissions do not stop the write";
+  std::string old = readFileText(path);
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
+  ASSERT_NE(confirmAction(nullptr), 0);
+  ASSERT_EQ(chmod(dir.path().c_str(), 0555), 0);
+  project->pew_delete_objects();
+  int status = saveProject("Objects Deleted\n");
+  chmod(dir.path().c_str(), 0755);
+  std::string messages = err.finish() + out.finish();
+  expectUnsaved(status, messages, path, old);
+  EXPECT_NE(messages.find(".map.pew.tmp-" + std::to_string(getpid()) + ": cannot write the project file: Permission denied"),
+            std::string::npos)
+      << messages;
+  EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
+}
+
+// A project of some 5 MB (a 1024 x 1024 grid and 20000 objects): large
+// enough that a kill can land while it is written.
+std::string writeLargeProject(const std::string& name) {
+  ProjectFixture f;
+  f.grid(1024, 1024, 10.0f);
+  f.addTemplate(1, "ca\\house.p3d", "house");
+  for (int i = 0; i < 20000; ++i) f.addObject(1).at(static_cast<float>(i % 2000), static_cast<float>(i / 2000), 0);
+  return f.writeTo(name);
+}
+
+void sleepMicroseconds(long us) {
+  struct timespec pause = {us / 1000000, (us % 1000000) * 1000};
+  nanosleep(&pause, nullptr);
+}
+
+// The process is killed while it saves: at fixed delays after the save
+// starts, and once as soon as the temporary file holds data. The project
+// name must always hold either the old project or the complete new one,
+// and the only thing a kill may leave is the killed run's temporary file,
+// which the next successful save removes.
+TEST_F(SaveProjectTest, KilledDuringTheSaveLeavesTheOldOrTheNewProject) {
+  path = writeLargeProject(dir.file("map.pew"));
+  std::string old = readFileText(path);
+  const long kMidWrite = -1;
+  const long delays[] = {0, 1000, 2000, 5000, 10000, 20000, 40000, kMidWrite};
+  bool caughtMidWrite = false;
+  std::vector<std::string> killedTemps;  // what the killed runs may have left
+  for (long delay : delays) {
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    pid_t child = fork();
+    if (child == 0) {
+      close(ready[0]);
+      struct rlimit limit = {256u << 20, 256u << 20};
+      setrlimit(RLIMIT_FSIZE, &limit);
+      int devnull = open("/dev/null", O_WRONLY);
+      dup2(devnull, 1);
+      dup2(devnull, 2);
+      if (project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0) != 0 || !confirmAction(nullptr)) _exit(100);
+      project->pew_delete_objects();  // a completed save is told apart from the old project
+      if (write(ready[1], "r", 1) != 1) _exit(101);
+      _exit(saveProject(nullptr));
+    }
+    close(ready[1]);
+    char byte = 0;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1) << "the child could not prepare the save";
+    close(ready[0]);
+    std::string temp = dir.file(".map.pew.tmp-" + std::to_string(child));
+    int result = 0;
+    bool ended = false;
+    if (delay == kMidWrite) {
+      for (;;) {
+        struct stat info;
+        if (stat(temp.c_str(), &info) == 0 && info.st_size > 0) break;
+        if (waitpid(child, &result, WNOHANG) == child) {
+          ended = true;
+          break;
+        }
+        sleepMicroseconds(50);
+      }
+    } else {
+      sleepMicroseconds(delay);
+    }
+    if (!ended) {
+      kill(child, SIGKILL);
+      ASSERT_EQ(waitpid(child, &result, 0), child);
+    }
+    std::string now = readFileText(path);
+    if (WIFSIGNALED(result)) {
+      if (now != old) {
+        // Killed after the rename: the new project is complete.
+        StreamCapture out(stdout);
+        ASSERT_EQ(project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0), 0) << "delay " << delay;
+        out.finish();
+        EXPECT_EQ(project->pew_get_objects()->slotCount(), 0u);
+        writeFileText(path, old);
+      }
+      killedTemps.push_back(".map.pew.tmp-" + std::to_string(child));
+      std::vector<std::string> names = files();
+      std::erase_if(names, [&](const std::string& name) {
+        return std::find(killedTemps.begin(), killedTemps.end(), name) != killedTemps.end();
+      });
+      EXPECT_EQ(names, std::vector<std::string>{"map.pew"}) << "delay " << delay;
+      if (delay == kMidWrite && now == old) caughtMidWrite = true;
+    } else {
+      ASSERT_TRUE(WIFEXITED(result));
+      ASSERT_EQ(WEXITSTATUS(result), 0) << "delay " << delay;
+      writeFileText(path, old);
+    }
+  }
+  EXPECT_TRUE(caughtMidWrite) << "no kill landed while the temporary file was being written";
+
+  // A later save of the same project works and clears the leftovers.
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
+  ASSERT_EQ(project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0), 0);
+  ASSERT_NE(confirmAction(nullptr), 0);
+  project->pew_delete_objects();
+  EXPECT_EQ(saveProject(nullptr), 0);
+  err.finish();
+  out.finish();
+  EXPECT_NE(readFileText(path), old);
   EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
 }
 

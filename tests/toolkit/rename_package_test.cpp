@@ -1,6 +1,7 @@
 #include "rename_package.h"
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -162,6 +163,50 @@ TEST_F(RenamePackageTest, UnclosedOutputsAreCleanedUp) {
   ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
   EXPECT_EQ(readFileText(project), "second attempt");
   EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+}
+
+// The id of a process that has ended and been reaped.
+pid_t endedProcess() {
+  pid_t child = fork();
+  if (child == 0) _exit(0);
+  waitpid(child, nullptr, 0);
+  return child;
+}
+
+// A killed run leaves its temporary file behind; the next successful save of
+// the same project removes it, and nothing that is not provably such a file.
+TEST_F(RenamePackageTest, SuccessfulCloseRemovesTemporariesOfEndedRunsOnly) {
+  std::string dead = std::to_string(endedProcess());
+  std::string alive = std::to_string(getppid());
+  const std::vector<std::string> stale = {".map.pew.tmp-" + dead, ".map.pew.tmp-" + dead + "-2",
+                                          ".map.pew.bak.tmp-" + dead};
+  const std::vector<std::string> kept = {
+      ".map.pew.tmp-" + alive,      // its process still runs
+      ".other.pew.tmp-" + dead,     // another project's
+      ".map.pew.tmp-" + dead + "x", // not a name this code makes
+      ".map.pew.tmp-0" + dead,
+      ".map.pew.tmp-",
+      "map.pew.tmp-" + dead,
+  };
+  for (const auto& name : stale) writeFileText(dir.file(name), "partial");
+  for (const auto& name : kept) writeFileText(dir.file(name), "keep");
+  std::string folderName = ".map.pew.tmp-" + std::to_string(endedProcess());
+  ASSERT_EQ(mkdir(dir.file(folderName).c_str(), 0755), 0);  // only regular files go
+
+  RenamePackageA failing;
+  write(failing, 0, "failed");
+  ASSERT_EQ(failing.rnp_CloseOutputs(status::kCannotWrite), status::kCannotWrite);
+  for (const auto& name : stale) EXPECT_TRUE(std::filesystem::exists(dir.file(name))) << name;
+
+  RenamePackageA outputs;
+  write(outputs, 0, "new project");
+  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
+  std::vector<std::string> expected = kept;
+  expected.push_back(folderName);
+  expected.push_back("map.pew");
+  std::sort(expected.begin(), expected.end());
+  EXPECT_EQ(namesIn(dir), expected);
+  EXPECT_EQ(readFileText(project), "new project");
 }
 
 }  // namespace
