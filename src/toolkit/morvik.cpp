@@ -8,7 +8,6 @@
 #include <cstring>
 #include <unordered_map>
 
-#include "cstring8.h"
 #include "id_set.h"
 #include "status.h"
 #include "world_format.h"
@@ -17,13 +16,10 @@ Morvik::Morvik() = default;
 Morvik::~Morvik() = default;
 
 void Morvik::report(const char* format, ...) {
-  if (!sink_) return;
-  CString8 text;
   va_list args;
   va_start(args, format);
-  text.FormatV(format, args);
+  sendMessageV(sink_, format, args);
   va_end(args);
-  sink_("%s", text.Get());
 }
 
 void Morvik::Close() {

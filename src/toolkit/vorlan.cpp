@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "cstring8.h"
 #include "status.h"
 
 std::string projectFileName(const char* name) {
@@ -23,13 +22,10 @@ Vorlan::Vorlan() = default;
 Vorlan::~Vorlan() = default;
 
 void Vorlan::report(const char* format, ...) {
-  if (!sink_) return;
-  CString8 text;
   va_list args;
   va_start(args, format);
-  text.FormatV(format, args);
+  sendMessageV(sink_, format, args);
   va_end(args);
-  sink_("%s", text.Get());
 }
 
 static const char* failureKind(int status) {

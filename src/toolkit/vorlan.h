@@ -9,13 +9,11 @@
 #include <string>
 
 #include "kel_file_io.h"
+#include "message_sink.h"
 #include "pew_codec.h"
 #include "pew_object.h"
 #include "pew_template.h"
 
-// The printf-style callback through which the toolkit reports progress and
-// problems while it reads or writes files.
-using MessageSink = bool (*)(const char* format, ...);
 
 // The elevation grid as the program sees it: columns, rows, and the heights
 // row by row (all columns of row 0 first).
