@@ -1,11 +1,14 @@
 #include "fuzz_support.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdarg>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <fcntl.h>
 #include <sanitizer/allocator_interface.h>
+#include <sanitizer/common_interface_defs.h>
 #include <unistd.h>
 
 namespace fuzz {
@@ -93,12 +96,50 @@ std::size_t heapPeakSinceBegin() {
   return above > 0 ? static_cast<std::size_t>(above) : 0;
 }
 
+namespace {
+int realStderr = STDERR_FILENO;
+int nullFd = -1;
+}  // namespace
+
+void keepSanitizerReports() {
+  if (realStderr == STDERR_FILENO) {
+    int copy = ::dup(STDERR_FILENO);
+    if (copy >= 0) {
+      realStderr = copy;
+      __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<std::intptr_t>(copy)));
+    }
+  }
+}
+
+StdioToNull::StdioToNull() {
+  if (nullFd < 0) nullFd = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+  std::fflush(stdout);
+  std::fflush(stderr);
+  savedOut_ = ::dup(STDOUT_FILENO);
+  savedErr_ = ::dup(STDERR_FILENO);
+  ::dup2(nullFd, STDOUT_FILENO);
+  ::dup2(nullFd, STDERR_FILENO);
+}
+
+StdioToNull::~StdioToNull() {
+  std::fflush(stdout);
+  std::fflush(stderr);
+  ::dup2(savedOut_, STDOUT_FILENO);
+  ::dup2(savedErr_, STDERR_FILENO);
+  ::close(savedOut_);
+  ::close(savedErr_);
+}
+
 void fail(const char* format, ...) {
   va_list args;
   va_start(args, format);
-  std::vfprintf(stderr, format, args);
+  char text[4096];
+  int n = std::vsnprintf(text, sizeof text - 1, format, args);
   va_end(args);
-  std::fputc('\n', stderr);
+  std::size_t length = n < 0 ? 0 : std::min(static_cast<std::size_t>(n), sizeof text - 2);
+  text[length++] = '\n';
+  // Straight to the saved descriptor: standard error may be /dev/null now.
+  (void)!::write(realStderr, text, length);
   std::abort();
 }
 

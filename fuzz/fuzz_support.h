@@ -37,6 +37,24 @@ std::size_t heapPeakSinceBegin();
 // the input that caused it.
 [[noreturn]] void fail(const char* format, ...);
 
+// Standard output and standard error go to /dev/null while one of these
+// lives, for readers that report every line: a run of millions of inputs
+// would otherwise write without bound. Sanitizer reports keep going to the
+// real standard error (see keepSanitizerReports).
+class StdioToNull {
+ public:
+  StdioToNull();
+  ~StdioToNull();
+  StdioToNull(const StdioToNull&) = delete;
+  StdioToNull& operator=(const StdioToNull&) = delete;
+
+ private:
+  int savedOut_, savedErr_;
+};
+// Sends sanitizer reports to a copy of standard error taken now, so they are
+// seen while StdioToNull is in effect. Call once from LLVMFuzzerInitialize.
+void keepSanitizerReports();
+
 // The memory a reader may use for an input of `size` bytes.
 inline std::size_t memoryBudget(std::size_t size) { return 64 * size + (std::size_t{8} << 20); }
 

@@ -1,20 +1,30 @@
 // Writes the seed corpora of the fuzz targets:
 //
-//   make_seeds FOLDER   ->  FOLDER/pew/*, FOLDER/world/*, FOLDER/config/*
+//   make_seeds FOLDER   ->  FOLDER/pew/*, FOLDER/world/*, FOLDER/config/*,
+//                           FOLDER/objects/*, FOLDER/elevations/*
 //
 // Projects come from the test fixture builder (which lays out the bytes on
 // its own, not through the toolkit's codec); worlds are what the toolkit's
-// world writer makes of some of them; config texts are written out here. The
-// seeds are kept small so the fuzzer can change them quickly.
+// world writer makes of some of them; config texts are written out here.
+// The import texts are what the object and elevation exports write, and
+// broken ones made here (garbage, overlong lines, no final line end, line
+// feeds alone). The seeds are kept small so the fuzzer can change them
+// quickly.
+#include <sys/resource.h>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
+#include "elevations/elevation_export.h"
 #include "fixture_builder.h"
 #include "morvik.h"
+#include "objects/object_export.h"
 #include "status.h"
+#include "text_writer.h"
 #include "vorlan.h"
 
 namespace fs = std::filesystem;
@@ -160,6 +170,89 @@ const char* const kConfigTexts[][2] = {
      "#define G(a) G(a) a\nv[] = {X4, G(G(1))};\n#define S(x) #x\nstr = S(\"q\" 1);\n"},
 };
 
+// Writes what `write` puts into a TextWriter to `name`.
+template <typename F>
+void writeText(const fs::path& name, F&& write) {
+  TextWriter out;
+  if (out.create(name.string().c_str()) == 0) write(out);
+}
+
+std::string replaceAll(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+    text.replace(at, from.size(), to);
+  return text;
+}
+
+std::string readText(const fs::path& name) {
+  std::ifstream in(name, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// Broken variants of an exported text: line feeds alone, no final line end,
+// cut in the middle.
+void writeBroken(const fs::path& folder, const std::string& stem, const std::string& text) {
+  write(folder / (stem + "_lf"), replaceAll(text, "\r\n", "\n"));
+  std::string open = text;
+  while (!open.empty() && (open.back() == '\n' || open.back() == '\r')) open.pop_back();
+  write(folder / (stem + "_noend"), open);
+  write(folder / (stem + "_cut"), text.substr(0, text.size() / 2));
+}
+
+void importSeeds(const fs::path& root) {
+  ProjectFixture fixture;
+  fixture.grid(4, 4, 10, {0, 1.5f, -2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 1e6f});
+  // Model names longer than the header label, so a header line gets a
+  // bounded number of blanks.
+  fixture.addTemplate(1, "data\\structures\\house_with_garden.p3d", "house");
+  fixture.addTemplate(2, "data\\plants\\tree_tall_green_2.p3d");
+  // An instance name long enough that the names are wider than the header
+  // label: a narrower name column makes the header padding run on for ever.
+  fixture.addObject(1).at(10, 20, 30).heading(45).named("front door of the house").relative(2.5f);
+  fixture.addObject(2).at(1, 2, 3).heading(90, 2);
+  std::vector<unsigned char> bytes = fixture.bytes();
+  Vorlan project;
+  if (project.pew_Open("seed.pew", 0, quiet, bytes.data(), bytes.size()) != status::kOk) return;
+
+  fs::path objects = root / "objects";
+  for (int format = 0; format <= 3; ++format) {
+    for (int columnate = 0; columnate <= 1; ++columnate) {
+      ObjectLayout layout;
+      layout.format = format;
+      layout.columnate = columnate != 0;
+      layout.header = columnate != 0;
+      layout.separator = format == 1 && columnate ? ';' : ',';
+      std::string name = "format" + std::to_string(format) + (columnate ? "_columns" : "_plain");
+      writeText(objects / name, [&](TextWriter& out) { writeObjects(project, out, layout); });
+    }
+  }
+  writeBroken(objects, "format1", readText(objects / "format1_plain"));
+  writeBroken(objects, "format2", readText(objects / "format2_plain"));
+  write(objects / "long_line", "\"" + std::string(2500, 'm') + "\",1,2,3,4\r\nx,1,2,3,4\r\n");
+  write(objects / "names_not_utf8", "\"d\xE9j\xE0\xFF.p3d\",1,2,3,4\r\n\xC3(,5,6,7,8\r\n");
+
+  fs::path elevations = root / "elevations";
+  const ElevationGrid& grid = *project.pew_get_elevations();
+  writeText(elevations / "grid.asc",
+            [&](TextWriter& out) { writeElevationGrid(out, grid, project.pew_get_gridsize(), kElevationAsc); });
+  writeText(elevations / "grid.xyz",
+            [&](TextWriter& out) { writeElevationGrid(out, grid, project.pew_get_gridsize(), kElevationXyz); });
+  ProjectFixture row;
+  row.grid(5, 1, 10, {1, 2, 3, 4, 5});
+  std::vector<unsigned char> rowBytes = row.bytes();
+  Vorlan rowProject;
+  if (rowProject.pew_Open("row.pew", 0, quiet, rowBytes.data(), rowBytes.size()) == status::kOk) {
+    const ElevationGrid& g = *rowProject.pew_get_elevations();
+    writeText(elevations / "row.asc", [&](TextWriter& out) { writeElevationGrid(out, g, 10, kElevationAsc); });
+    writeText(elevations / "row.xyz", [&](TextWriter& out) { writeElevationGrid(out, g, 10, kElevationXyz); });
+  }
+  writeBroken(elevations, "grid.asc", readText(elevations / "grid.asc"));
+  writeBroken(elevations, "grid.xyz", readText(elevations / "grid.xyz"));
+  write(elevations / "long_header.asc", "ncols " + std::string(2500, '4') + "\r\nnrows 4\r\n");
+  write(elevations / "exponents.asc",
+        "NCOLS 4\r\nNROWS 4\r\nxllcorner 0\r\nyllcorner 0\r\ncellsize 1e1\r\nnodata_value -9999\r\n"
+        "1e3 -2.5E-1 nan inf\r\n0x1p3 +7 .5 5.\r\n1 2 3 4 5 6 7 8\r\n\r\n");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -167,8 +260,12 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: make_seeds FOLDER\n");
     return 1;
   }
+  // No seed is ever large: a runaway writer fails here instead of filling the disk.
+  std::signal(SIGXFSZ, SIG_IGN);
+  struct rlimit limit = {64u << 20, 64u << 20};
+  setrlimit(RLIMIT_FSIZE, &limit);
   fs::path root = argv[1];
-  for (const char* sub : {"pew", "world", "config"}) fs::create_directories(root / sub);
+  for (const char* sub : {"pew", "world", "config", "objects", "elevations"}) fs::create_directories(root / sub);
   fs::path scratch = root / "world" / "scratch.wrp";
 
   for (const auto& [name, fixture] : projects()) {
@@ -183,5 +280,12 @@ int main(int argc, char** argv) {
   write(root / "world" / "surfaces.wrp", handWorld(true));
   write(root / "world" / "plain.wrp", handWorld(false));
   for (const auto& [name, text] : kConfigTexts) write(root / "config" / (std::string(name) + ".h"), text);
+  importSeeds(root);
+  // Binary garbage for both importers.
+  std::vector<unsigned char> garbage(300);
+  std::uint32_t state = 12345;
+  for (unsigned char& b : garbage) b = static_cast<unsigned char>((state = state * 1103515245u + 12345u) >> 24);
+  write(root / "objects" / "garbage", garbage);
+  write(root / "elevations" / "garbage", garbage);
   return 0;
 }
