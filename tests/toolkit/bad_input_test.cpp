@@ -12,6 +12,7 @@
 #include "morvik.h"
 #include "status.h"
 #include "temp_dir.h"
+#include "written_world.h"
 #include "vorlan.h"
 
 namespace {
@@ -69,17 +70,6 @@ ProjectFixture sampleProject() {
   return f;
 }
 
-std::vector<unsigned char> worldOf(const ProjectFixture& f) {
-  std::vector<unsigned char> pew = f.bytes();
-  Vorlan project;
-  EXPECT_EQ(project.pew_Open("map.pew", 0, MessageCapture::sink, pew.data(), pew.size()), status::kOk);
-  Morvik world;
-  EXPECT_EQ(world.wrp_CreateFromPew(8, &project, MessageCapture::sink), status::kOk);
-  TempDir dir;
-  EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kOk);
-  return readFileBytes(dir.file("w.wrp"));
-}
-
 // Byte offset of the template count of a fixture without texts in its header beyond the defaults.
 std::size_t templateCountAt(const ProjectFixture& f) {
   return 7 + 4 + 4 + (4 + f.dataPath.size() + 1) + (4 + f.objectPath.size() + 1) + 4 + 4 +
@@ -108,7 +98,7 @@ TEST(BadInput, ProjectReader) {
   EXPECT_EQ(r.status, status::kDamaged);
   EXPECT_HAS(r.message, "in the template count: template count 4294967295 needs at least 627065225070 bytes, only ");
 
-  std::vector<unsigned char> world = worldOf(sampleProject());
+  std::vector<unsigned char> world = writtenWorld(sampleProject());
   r = openProject(world);
   EXPECT_EQ(r.status, status::kNotProject);
   EXPECT_HAS(r.message, "signature '8WVR\\x04\\x00\\x00' where POSEW60 or POSEW59 was expected");
@@ -147,7 +137,7 @@ TEST(BadInput, ProjectReader) {
 }
 
 TEST(BadInput, WorldChecker) {
-  const std::vector<unsigned char> good = worldOf(sampleProject());
+  const std::vector<unsigned char> good = writtenWorld(sampleProject());
   ASSERT_EQ(checkWorld(good).status, status::kOk);
 
   Outcome r = checkWorld({});
@@ -202,7 +192,7 @@ TEST(BadInput, WorldChecker) {
   ProjectFixture f = sampleProject();
   f.templates[0].modelFilename = std::string(1 << 20, 'm');
   f.templates[1].modelFilename = "caf\xE9\xFF.p3d";
-  r = checkWorld(worldOf(f));
+  r = checkWorld(writtenWorld(f));
   EXPECT_EQ(r.status, status::kOk);
   EXPECT_HAS(r.message, "bad.wrp: sound world 8WVR: land grid 4 x 4, terrain grid 4 x 4, cell size 10, 1 surface entry, "
                         "2 objects");

@@ -14,6 +14,7 @@
 #include "temp_dir.h"
 #include "vorlan.h"
 #include "world_bytes.h"
+#include "written_world.h"
 
 namespace {
 
@@ -30,14 +31,7 @@ std::vector<unsigned char> smallWorld() {
   f.addTemplate(2, "bb.p3d");
   f.addObject(1).at(10, 20, 30).heading(45);
   f.addObject(2).id = -1;
-  std::vector<unsigned char> pew = f.bytes();
-  Vorlan project;
-  EXPECT_EQ(project.pew_Open("map.pew", 0, MessageCapture::sink, pew.data(), pew.size()), status::kOk);
-  Morvik world;
-  EXPECT_EQ(world.wrp_CreateFromPew(8, &project, MessageCapture::sink), status::kOk);
-  TempDir dir;
-  EXPECT_EQ(world.wrp_Create(dir.file("small.wrp").c_str(), 8), status::kOk);
-  return readFileBytes(dir.file("small.wrp"));
+  return writtenWorld(f);
 }
 
 std::size_t secondRecord() { return kFirstRecord + 56 + 5; }
@@ -96,15 +90,10 @@ TEST(WorldChecker, AcceptsManyObjectsWithExtremeIds) {
   f.addTemplate(1, "a.p3d");
   for (std::int32_t id : {INT_MIN, -1, 0, INT_MAX}) f.addObject(1).id = id;
   for (int i = 0; i < 5000; ++i) f.addObject(1).id = 1 + i * 7919;
-  std::vector<unsigned char> pew = f.bytes();
-  Vorlan project;
-  ASSERT_EQ(project.pew_Open("m.pew", 0, MessageCapture::sink, pew.data(), pew.size()), status::kOk);
-  Morvik world;
-  ASSERT_EQ(world.wrp_CreateFromPew(8, &project, MessageCapture::sink), status::kOk);
-  TempDir dir;
-  ASSERT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kOk);
+  std::vector<unsigned char> bytes = writtenWorld(f);
   MessageCapture::reset();
-  EXPECT_EQ(world.wrp_Open(dir.file("w.wrp").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kOk)
+  Morvik world;
+  EXPECT_EQ(world.wrp_Open("w.wrp", 0, MessageCapture::sink, bytes.data(), bytes.size()), status::kOk)
       << MessageCapture::text;
   EXPECT_NE(MessageCapture::text.find(", 5004 objects"), std::string::npos) << MessageCapture::text;
 }
