@@ -14,8 +14,8 @@
 #include "fuzz_support.h"
 #include "objects/object_import.h"
 #include "status.h"
-#include "text_writer.h"
-#include "vorlan.h"
+#include "text/text_writer.h"
+#include "project/vorlan.h"
 
 namespace {
 
