@@ -9,7 +9,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "text/gen_string.h"
@@ -86,7 +85,7 @@ class PewObjects {
   PewObject* findInvalid(std::size_t from);
   std::int32_t freshId();
 
-  std::vector<std::unique_ptr<PewObject[]>> blocks_;
+  std::vector<std::vector<PewObject>> blocks_;
   std::size_t size_ = 0;
   std::size_t erased_ = 0;
   std::int64_t maxId_ = 0;  // highest object ID in the list; new IDs start at 1

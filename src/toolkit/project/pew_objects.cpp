@@ -4,11 +4,11 @@
 #include <climits>
 
 PewObject* PewObjects::appendRecord() {
-  if ((size_ & (kBlockSize - 1)) == 0 && (size_ >> kBlockShift) == blocks_.size())
-    blocks_.push_back(std::make_unique<PewObject[]>(kBlockSize));
-  // Slots are used once, in order: a fresh block's records are already in
-  // their default state.
-  PewObject& o = at(size_);
+  // A block's room is reserved whole, so its records never move, but a
+  // record is built only when it is appended: a small project touches only
+  // the memory its records use.
+  if ((size_ >> kBlockShift) == blocks_.size()) blocks_.emplace_back().reserve(kBlockSize);
+  PewObject& o = blocks_.back().emplace_back();
   o.slotIndex = static_cast<std::uint32_t>(size_);
   ++size_;
   ++changes_;

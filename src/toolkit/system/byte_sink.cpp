@@ -12,7 +12,7 @@ int ByteSink::openWith(const char* name, int flags) {
   fd_ = ::open(name, O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
   if (fd_ < 0) return error_ = errno;
   written_ = 0;
-  buffer_.resize(std::size_t{4} << 20);
+  buffer_.resize(kFirstBuffer);
   used_ = 0;
   return 0;
 }
@@ -48,6 +48,14 @@ void ByteSink::flush() {
 }
 
 void ByteSink::writeSlow(const void* data, std::size_t n) {
+  // The buffer starts small and doubles up to its full size before anything
+  // is written, so a small file costs no more than its own bytes.
+  while (buffer_.size() < kFullBuffer && n > buffer_.size() - used_) buffer_.resize(2 * buffer_.size());
+  if (n <= buffer_.size() - used_) {
+    std::memcpy(buffer_.data() + used_, data, n);
+    used_ += n;
+    return;
+  }
   flush();
   if (n >= buffer_.size()) {
     if (error_ == 0 && fd_ >= 0) writeAll(static_cast<const unsigned char*>(data), n);

@@ -45,6 +45,9 @@ class ByteSink {
   void writeAll(const unsigned char* data, std::size_t n);
   int openWith(const char* name, int flags);
 
+  static constexpr std::size_t kFirstBuffer = std::size_t{64} << 10;
+  static constexpr std::size_t kFullBuffer = std::size_t{4} << 20;
+
   int fd_ = -1;
   int error_ = 0;
   std::vector<unsigned char> buffer_;

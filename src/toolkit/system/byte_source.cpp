@@ -24,7 +24,8 @@ int ByteSource::openFile(const char* name) {
   }
   fd_ = fd;
   size_ = static_cast<std::uint64_t>(st.st_size);
-  buffer_.resize(kBlock);
+  // A window of the file's own size when it is smaller than a block.
+  buffer_.resize(size_ < kBlock ? static_cast<std::size_t>(size_) : kBlock);
   window_ = cur_ = end_ = buffer_.data();
   windowStart_ = filePos_ = 0;
   return 0;

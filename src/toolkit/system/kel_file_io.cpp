@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <string>
@@ -18,14 +19,19 @@ int KelFileIO::io_OpenFile(const char* name, void*, int) {
   if (!name) return 0;
   int fd = open(name, O_RDONLY | O_CLOEXEC);
   if (fd < 0) return 0;
+  // A regular file is read into a buffer of its own size (plus room to see
+  // the end); anything else, and a file that grows meanwhile, in blocks that
+  // double. No megabyte is cleared for a small file.
   struct stat info;
+  std::size_t room = 64 * 1024;
+  if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) room = static_cast<std::size_t>(info.st_size) + 1;
   std::vector<char> data;
-  if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) data.reserve(static_cast<std::size_t>(info.st_size) + kReadBlock);
   bool ok = true;
   for (;;) {
     std::size_t used = data.size();
-    data.resize(used + kReadBlock);
-    ssize_t n = read(fd, data.data() + used, kReadBlock);
+    if (used == data.capacity()) data.reserve(used < room ? room : std::max(2 * used, kReadBlock));
+    data.resize(data.capacity());
+    ssize_t n = read(fd, data.data() + used, data.size() - used);
     bool interrupted = n < 0 && errno == EINTR;
     data.resize(used + (n > 0 ? static_cast<std::size_t>(n) : 0));
     if (interrupted) continue;
