@@ -60,34 +60,16 @@ void makeIncludeFolder() {
   mainName = dir + "/main.h";
 }
 
-// The text as the reader sees it after joining continued lines, so that the
-// checks below see include names as the preprocessor will.
-std::string joined(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\\') {
-      if (i + 1 < text.size() && text[i + 1] == '\n') {
-        i += 1;
-        continue;
-      }
-      if (i + 2 < text.size() && text[i + 1] == '\r' && text[i + 2] == '\n') {
-        i += 2;
-        continue;
-      }
-    }
-    out += text[i];
-  }
-  return out;
-}
-
 // True when an #include in the text might name something outside the
-// scratch folder: a name starting with '/' or '\' (absolute), or "..".
-bool mayLeaveFolder(std::string_view text) {
-  std::string t = joined(text);
-  if (t.find("include") == std::string::npos) return false;
-  return t.find("\"/") != std::string::npos || t.find("\"\\") != std::string::npos ||
-         t.find("..") != std::string::npos;
+// scratch folder: a name starting with '/' or '\' (absolute), or "..". A
+// continued line ('\' at its end) may split any of them, "include" too:
+// '"' then '\' is already refused, ".\" then a line end stands for "..".
+bool mayLeaveFolder(std::string_view t) {
+  constexpr auto npos = std::string_view::npos;
+  if (t.find("include") == npos && t.find("\\\n") == npos && t.find("\\\r") == npos) return false;
+  for (const char* risky : {"\"/", "\"\\", "..", ".\\\n", ".\\\r"})
+    if (t.find(risky) != npos) return true;
+  return false;
 }
 
 struct Walker {

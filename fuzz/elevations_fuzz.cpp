@@ -31,7 +31,7 @@ std::vector<unsigned char> makeProject(std::uint32_t columns, std::uint32_t rows
 
 void readInto(const std::vector<unsigned char>& bytes, const std::string& input) {
   Vorlan project;
-  FUZZ_CHECK(project.pew_Open("fixture.pew", 0, fuzz::keepingSink, bytes.data(), bytes.size()) == status::kOk,
+  FUZZ_CHECK(project.pew_Open("fixture.pew", 0, fuzz::sink, bytes.data(), bytes.size()) == status::kOk,
              "the fixture project does not open: %s", fuzz::lastMessage.c_str());
   ElevationGrid& grid = *project.pew_get_elevations();
   const ElevationGrid before = grid;
@@ -59,12 +59,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const std::string input = fuzz::scratchFolder() + "/heights.asc";
-  {
-    FILE* out = std::fopen(input.c_str(), "wb");
-    FUZZ_CHECK(out != nullptr, "cannot write %s", input.c_str());
-    if (size > 0) std::fwrite(data, 1, size, out);
-    std::fclose(out);
-  }
+  fuzz::writeFile(input, std::string_view(reinterpret_cast<const char*>(data), size));
   readInto(squareProject, input);
   readInto(rowProject, input);
   return 0;

@@ -14,15 +14,9 @@
 namespace fuzz {
 
 int messageCount = 0;
-
-bool quietSink(const char*, ...) {
-  ++messageCount;
-  return true;
-}
-
 std::string lastMessage;
 
-bool keepingSink(const char* format, ...) {
+bool sink(const char* format, ...) {
   ++messageCount;
   char text[4096];
   va_list args;
@@ -76,9 +70,9 @@ std::vector<unsigned char> readFile(const std::string& name) {
   return std::vector<unsigned char>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-void writeFile(const std::string& name, const std::string& text) {
+void writeFile(const std::string& name, std::string_view bytes) {
   std::ofstream out(name, std::ios::binary | std::ios::trunc);
-  out << text;
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 void installHeapWatch() {

@@ -8,23 +8,22 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace fuzz {
 
-// Message sink for the toolkit: formats nothing, counts the calls.
+// Message sink for the toolkit: counts the calls and keeps the last text.
 extern int messageCount;
-bool quietSink(const char* format, ...);
-// The same, keeping the text of the last message.
 extern std::string lastMessage;
-bool keepingSink(const char* format, ...);
+bool sink(const char* format, ...);
 
 // A folder of this process under /dev/shm (or /tmp), made on the first call
 // and removed with its content at exit.
 const std::string& scratchFolder();
 
 std::vector<unsigned char> readFile(const std::string& name);
-void writeFile(const std::string& name, const std::string& text);
+void writeFile(const std::string& name, std::string_view bytes);
 
 // Heap watch: begin() takes the bytes in use now as the base; peakSince()
 // is the highest number of bytes in use above that base since then. Works

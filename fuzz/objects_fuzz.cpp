@@ -43,7 +43,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   fuzz::scratchFolder();
   projectBytes = makeProject();
   Vorlan project;
-  if (project.pew_Open("fixture.pew", 0, fuzz::keepingSink, projectBytes.data(), projectBytes.size()) != status::kOk)
+  if (project.pew_Open("fixture.pew", 0, fuzz::sink, projectBytes.data(), projectBytes.size()) != status::kOk)
     fuzz::fail("the fixture project does not open: %s", fuzz::lastMessage.c_str());
   projectSlots = project.pew_get_objects()->slotCount();
   project.pew_get_template(&projectTemplates);
@@ -53,15 +53,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const std::string input = fuzz::scratchFolder() + "/import.txt";
   static const std::string copy = fuzz::scratchFolder() + "/copy.pew";
-  {
-    FILE* out = std::fopen(input.c_str(), "wb");
-    FUZZ_CHECK(out != nullptr, "cannot write %s", input.c_str());
-    if (size > 0) std::fwrite(data, 1, size, out);
-    std::fclose(out);
-  }
+  fuzz::writeFile(input, std::string_view(reinterpret_cast<const char*>(data), size));
 
   Vorlan project;
-  FUZZ_CHECK(project.pew_Open("fixture.pew", 0, fuzz::quietSink, projectBytes.data(), projectBytes.size()) ==
+  FUZZ_CHECK(project.pew_Open("fixture.pew", 0, fuzz::sink, projectBytes.data(), projectBytes.size()) ==
                  status::kOk,
              "the fixture project does not open");
   int result;
@@ -98,7 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (objects.slotCount() < 64 || (size > 0 && (data[0] & 0x0F) == 0)) {
     FUZZ_CHECK(project.pew_Create(copy.c_str(), 0) == status::kOk, "the project does not write");
     Vorlan again;
-    FUZZ_CHECK(again.pew_Open(copy.c_str(), 0, fuzz::keepingSink, nullptr, 0) == status::kOk,
+    FUZZ_CHECK(again.pew_Open(copy.c_str(), 0, fuzz::sink, nullptr, 0) == status::kOk,
                "the written project does not open: %s", fuzz::lastMessage.c_str());
     FUZZ_CHECK(again.pew_get_objects()->slotCount() == objects.slotCount(), "object count changed on the way");
   }

@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Vorlan project;
   fuzz::messageCount = 0;
   fuzz::beginHeapWatch();
-  int s = project.pew_Open("fuzz.pew", 0, fuzz::quietSink, bytes, size);
+  int s = project.pew_Open("fuzz.pew", 0, fuzz::sink, bytes, size);
   std::size_t used = fuzz::heapPeakSinceBegin();
   FUZZ_CHECK(used <= fuzz::memoryBudget(size), "%zu bytes of input used %zu bytes of memory", size, used);
 
@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   // And what it wrote reads back the same way.
   Vorlan again;
-  FUZZ_CHECK(again.pew_Open(copy.c_str(), 0, fuzz::quietSink, nullptr, 0) == status::kOk,
+  FUZZ_CHECK(again.pew_Open(copy.c_str(), 0, fuzz::sink, nullptr, 0) == status::kOk,
              "the written project does not open from its file");
   return 0;
 }

@@ -28,7 +28,7 @@ void checkWorldBytes(const unsigned char* bytes, std::size_t size) {
   Morvik world;
   fuzz::messageCount = 0;
   fuzz::beginHeapWatch();
-  int s = world.wrp_Open("fuzz.wrp", 0, fuzz::quietSink, bytes, size);
+  int s = world.wrp_Open("fuzz.wrp", 0, fuzz::sink, bytes, size);
   std::size_t used = fuzz::heapPeakSinceBegin();
   FUZZ_CHECK(used <= fuzz::memoryBudget(size), "%zu bytes of input used %zu bytes of memory", size, used);
   FUZZ_CHECK(s == status::kOk || s == status::kNotWorld || s == status::kDamagedWorld, "status %d", s);
@@ -40,10 +40,10 @@ void checkWorldBytes(const unsigned char* bytes, std::size_t size) {
 void writeAndCheck(const unsigned char* bytes, std::size_t size) {
   static const std::string file = fuzz::scratchFolder() + "/made.wrp";
   Vorlan project;
-  if (project.pew_Open("fuzz.pew", 0, fuzz::quietSink, bytes, size) != status::kOk) return;
+  if (project.pew_Open("fuzz.pew", 0, fuzz::sink, bytes, size) != status::kOk) return;
   Morvik world;
   fuzz::messageCount = 0;
-  int s = world.wrp_CreateFromPew(8, &project, fuzz::quietSink);
+  int s = world.wrp_CreateFromPew(8, &project, fuzz::sink);
   if (s != status::kOk) {
     FUZZ_CHECK(s == status::kWorldUnsupported || s == status::kWorldBadObject, "status %d", s);
     FUZZ_CHECK(!world.IsBuilt(), "a refused project left a world built");
@@ -51,7 +51,7 @@ void writeAndCheck(const unsigned char* bytes, std::size_t size) {
   }
   FUZZ_CHECK(world.wrp_Create(file.c_str(), 8) == status::kOk, "the world cannot be written");
   Morvik checker;
-  s = checker.wrp_Open(file.c_str(), 0, fuzz::keepingSink, nullptr, 0);
+  s = checker.wrp_Open(file.c_str(), 0, fuzz::sink, nullptr, 0);
   FUZZ_CHECK(s == status::kOk, "the checker refuses a written world with status %d: %s", s,
              fuzz::lastMessage.c_str());
 

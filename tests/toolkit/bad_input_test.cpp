@@ -1,238 +1,282 @@
-// The hostile inputs of the README's "Bad input" table, one row per input
-// and reader: what each reader answers (status and the shape of its message)
-// to empty, cut, oversized, foreign, garbage and extreme files.
+// Hostile inputs to each reader of outside files (the README's "Bad input"
+// table and more): the status, one message naming the file and the place,
+// nothing kept; never a crash, a read past the end or an allocation larger
+// than the file (the sanitizer build checks the last two).
+#include <climits>
 #include <gtest/gtest.h>
-
-#include <cstring>
 
 #include "config/config_reader.h"
 #include "config/config_test_helpers.h"
 #include "fixture_builder.h"
-#include "message_capture.h"
-#include "world/morvik.h"
-#include "status.h"
+#include "reader_outcome.h"
 #include "temp_dir.h"
+#include "world/world_bytes.h"
 #include "world/written_world.h"
-#include "project/vorlan.h"
 
 namespace {
 
-struct Outcome {
-  int status;
-  std::string message;
-};
-
-std::vector<unsigned char> garbage(std::size_t n, std::uint32_t seed) {
-  std::vector<unsigned char> bytes(n);
-  for (auto& b : bytes) {
-    seed = seed * 1103515245u + 12345u;
-    b = static_cast<unsigned char>(seed >> 24);
-  }
-  return bytes;
-}
-
-void put32(std::vector<unsigned char>& bytes, std::size_t at, std::uint32_t v) { std::memcpy(&bytes[at], &v, 4); }
-
-Outcome openProject(const std::vector<unsigned char>& bytes) {
-  static const unsigned char none = 0;
-  Vorlan project;
-  MessageCapture::reset();
-  int s = project.pew_Open("bad.pew", 0, MessageCapture::sink, bytes.empty() ? &none : bytes.data(), bytes.size());
-  EXPECT_LE(MessageCapture::calls, 1);
-  return {s, MessageCapture::text};
-}
-
-Outcome checkWorld(const std::vector<unsigned char>& bytes) {
-  static const unsigned char none = 0;
-  Morvik world;
-  MessageCapture::reset();
-  int s = world.wrp_Open("bad.wrp", 0, MessageCapture::sink, bytes.empty() ? &none : bytes.data(), bytes.size());
-  EXPECT_EQ(MessageCapture::calls, 1);
-  return {s, MessageCapture::text};
-}
-
-Outcome readConfig(const std::string& text, const ConfigLimits& limits = ConfigLimits()) {
-  Tovisk reader;
-  reader.SetLimits(limits);
-  int s = ParseText(reader, text);
-  return {s, s ? reader.ErrorString(s) : ""};
-}
-
-// A project with a grid, two templates and three slots: 0.9 KB.
+// A grid, a road template with an artificial object, a tree and three slots.
 ProjectFixture sampleProject() {
   ProjectFixture f;
   f.grid(4, 4, 10);
-  f.addTemplate(1, "data\\house.p3d", "house");
+  auto& road = f.addTemplate(1, "data\\road.p3d", "road");
+  road.road = true;
+  road.artificial.push_back({"Rail", 1, {{1, 2, 3}}});
   f.addTemplate(2, "data\\tree.p3d", "tree");
-  f.addObject(1).at(1, 2, 3).named("front");
+  f.addObject(1).at(1, 2, 3).named("abc");
   f.addDeleted();
   f.addObject(2);
   return f;
 }
 
-// Byte offset of the template count of a fixture without texts in its header beyond the defaults.
-std::size_t templateCountAt(const ProjectFixture& f) {
-  return 7 + 4 + 4 + (4 + f.dataPath.size() + 1) + (4 + f.objectPath.size() + 1) + 4 + 4 +
-         (4 + f.valueD.size() + 1) + 4 + 4;
+template <typename Change>
+std::vector<unsigned char> sampleWith(Change change) {
+  ProjectFixture f = sampleProject();
+  change(f);
+  return f.bytes();
 }
 
-#define EXPECT_HAS(text, part) EXPECT_NE((text).find(part), std::string::npos) << (text)
+std::vector<unsigned char> withText(std::vector<unsigned char> bytes, std::size_t at, const std::string& text) {
+  std::memcpy(&bytes[at], text.data(), text.size());
+  return bytes;
+}
+
+std::vector<unsigned char> cut(const std::vector<unsigned char>& bytes, std::size_t n) {
+  return std::vector<unsigned char>(bytes.begin(), bytes.begin() + static_cast<long>(n));
+}
+
+struct Row {
+  std::vector<unsigned char> input;
+  int status;
+  std::string message;
+};
+
+// A 2 x 2 world with two objects: heights at byte 24, surface indexes at 40,
+// the surface table at 48, the object records at 56 and 117.
+constexpr std::size_t kIndexes = 40, kTable = 48, kFirst = 56, kSecond = 117;
+std::vector<unsigned char> smallWorld() {
+  ProjectFixture f;
+  f.grid(2, 2, 50, {1, 2, 3, 4});
+  f.addTemplate(1, "a.p3d");
+  f.addTemplate(2, "bb.p3d");
+  f.addObject(1).at(10, 20, 30).heading(45);
+  f.addObject(2).id = -1;
+  return writtenWorld(f);
+}
+
+// A 2 x 1 world with a surface table of three named entries.
+std::vector<unsigned char> surfaceWorld(std::uint16_t lastIndex, std::int32_t secondNameLength) {
+  WorldBytes w;
+  w.header(2, 1, 8).f32(0).f32(0).u16(0).u16(lastIndex).i32(3).i32(0);
+  w.i32(secondNameLength).text("data\\grass.rvmat").i32(0).i32(4).text("sand").i32(0);
+  return w.object(kIdentity, 5, "x.p3d").terminator().bytes;
+}
 
 }  // namespace
 
 TEST(BadInput, ProjectReader) {
-  const std::vector<unsigned char> good = sampleProject().bytes();
-
-  Outcome r = openProject({});
-  EXPECT_EQ(r.status, status::kNotProject);
-  EXPECT_HAS(r.message, "bad.pew: not a project file at byte 0, in the header: a file of 0 bytes is too short");
-
-  r = openProject(std::vector<unsigned char>(good.begin(), good.end() - 60));
-  EXPECT_EQ(r.status, status::kDamaged);
-  EXPECT_HAS(r.message, "bad.pew: damaged project file at byte ");
-  EXPECT_HAS(r.message, "in the object slot 3 of 3: the file ends: ");
-
-  std::vector<unsigned char> bytes = good;
-  put32(bytes, templateCountAt(sampleProject()), 0xFFFFFFFFu);
-  r = openProject(bytes);
-  EXPECT_EQ(r.status, status::kDamaged);
-  EXPECT_HAS(r.message, "in the template count: template count 4294967295 needs at least 627065225070 bytes, only ");
-
-  std::vector<unsigned char> world = writtenWorld(sampleProject());
-  r = openProject(world);
-  EXPECT_EQ(r.status, status::kNotProject);
-  EXPECT_HAS(r.message, "signature '8WVR\\x04\\x00\\x00' where POSEW60 or POSEW59 was expected");
-
-  bytes = good;
-  std::memcpy(bytes.data(), "POSEW61", 7);
-  r = openProject(bytes);
-  EXPECT_EQ(r.status, status::kUnsupported);
-  EXPECT_HAS(r.message, "signature 'POSEW61': only POSEW60 and POSEW59 are read");
-
-  r = openProject(garbage(5000, 1));
-  EXPECT_EQ(r.status, status::kNotProject);
-  EXPECT_HAS(r.message, "where POSEW60 or POSEW59 was expected");
-
-  bytes = garbage(5000, 2);
-  std::memcpy(bytes.data(), "POSEW60", 7);
-  r = openProject(bytes);
-  EXPECT_EQ(r.status, status::kDamaged);
-  EXPECT_HAS(r.message, "bad.pew: damaged project file at byte 15, in the header: a text of ");
-
+  const ProjectFixture sample = sampleProject();
+  const std::vector<unsigned char> good = sample.bytes();
+  const std::size_t templates = 7 + 4 + 4 + (4 + sample.dataPath.size() + 1) + 5 + 4 + 4 + 5 + 4 + 4 + 4;
+  ProjectFixture bare;
+  bare.grid(1, 1, 1);
+  const std::vector<unsigned char> small = bare.bytes();
+  std::vector<unsigned char> noNul = good;
+  noNul[std::search(good.begin(), good.end(), std::begin("abc"), std::end("abc")) - good.begin() + 3] = 'x';
   std::string library = "class ObjectTemplate { class A { x = 1; }; };\n";
-  r = openProject(std::vector<unsigned char>(library.begin(), library.end()));
-  EXPECT_EQ(r.status, status::kNotProject);
+  const Row rows[] = {
+      {{}, status::kNotProject, "bad.pew: not a project file at byte 0, in the header: a file of 0 bytes is too short"},
+      {cut(good, good.size() - 60), status::kDamaged, "in the object slot 3 of 3: the file ends: "},
+      {patched(good, templates - 4, 0xFFFFFFFFu), status::kDamaged,
+       "at byte " + std::to_string(templates - 4) +
+           ", in the template count: template count 4294967295 needs at least 627065225070 bytes, only "},
+      {patched(good, templates, 0x80000000u), status::kDamaged, "in the template 1 of 2"},
+      // Without templates the grid size follows three flags, and the slot
+      // count the single height and the value after the extra ones.
+      {patched(patched(small, templates + 6, 65536), templates + 10, 65536), status::kDamaged,
+       "in the elevation grid"},
+      {patched(small, templates + 22, 0xFFFFFFF0u), status::kDamaged, "in the object slot count"},
+      {noNul, status::kDamaged, "in the object slot 1 of 3 (ID 1), instance name: a text of 4 bytes that does not end in a NUL"},
+      {writtenWorld(sample), status::kNotProject, "signature '8WVR\\x04\\x00\\x00' where POSEW60 or POSEW59 was expected"},
+      {withText(good, 0, "POSEW61"), status::kUnsupported, "signature 'POSEW61': only POSEW60 and POSEW59 are read"},
+      {sampleWith([](ProjectFixture& f) { f.legacyTextures = 3; }), status::kUnsupported, "legacy"},
+      {sampleWith([](ProjectFixture& f) { f.noRoads = 0; }), status::kUnsupported, "no-road-networks flag"},
+      {sampleWith([](ProjectFixture& f) { f.noTerrains = 0; }), status::kUnsupported, "unsupported project file"},
+      {garbage(5000, 1), status::kNotProject, "where POSEW60 or POSEW59 was expected"},
+      {garbage(5000, 2, "POSEW60"), status::kDamaged, "bad.pew: damaged project file at byte 15, in the header: a text of "},
+      {std::vector<unsigned char>(library.begin(), library.end()), status::kNotProject, "signature 'class O' where"},
+  };
+  for (const Row& row : rows) {
+    Outcome r = openProject(row.input);
+    EXPECT_EQ(r.status, row.status) << row.message;
+    EXPECT_HAS(r.message, row.message);
+    EXPECT_EQ(r.calls, 1);
+    EXPECT_FALSE(r.kept);
+  }
+
+  // Cut anywhere before the free-form tail, a project is damaged, with the offset.
+  for (std::size_t n = 0; n < good.size() - 24; ++n) {
+    Outcome r = openProject(cut(good, n));
+    ASSERT_EQ(r.status, n < 7 ? status::kNotProject : status::kDamaged) << "cut at " << n;
+    ASSERT_EQ(r.calls, 1) << r.message;
+    ASSERT_EQ(r.message.rfind("bad.pew: ", 0), 0u) << r.message;
+    ASSERT_TRUE(n < 7 || r.message.find("at byte") != std::string::npos) << r.message;
+  }
+
+  // A missing file, a folder, and garbage from a file rather than memory.
+  TempDir dir;
+  writeFileBytes(dir.file("junk.pew"), garbage(5000, 3, "POSEW60"));
+  Vorlan project;
+  MessageCapture::reset();
+  EXPECT_EQ(project.pew_Open(dir.file("none.pew").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);
+  EXPECT_HAS(MessageCapture::text, "none.pew");
+  EXPECT_EQ(project.pew_Open(dir.path().c_str(), 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);
+  EXPECT_EQ(project.pew_Open(dir.file("junk.pew").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kDamaged);
+  EXPECT_FALSE(project.IsLoaded());
 
   // Texts of 1 MB and names that are not UTF-8 are kept byte for byte.
-  ProjectFixture f = sampleProject();
-  f.dataPath = std::string(1 << 20, 'p');
-  f.templates[0].modelFilename = "data\\caf\xE9\xFF.p3d";
-  f.objects[0].instanceName = "\xC3\x28\x80";
-  bytes = f.bytes();
-  Vorlan project;
-  ASSERT_EQ(project.pew_Open("odd.pew", 0, MessageCapture::sink, bytes.data(), bytes.size()), status::kOk);
+  std::vector<unsigned char> odd = sampleWith([](ProjectFixture& f) {
+    f.dataPath = std::string(1 << 20, 'p');
+    f.templates[0].modelFilename = "data\\caf\xE9\xFF.p3d";
+    f.objects[0].instanceName = "\xC3\x28\x80";
+  });
+  ASSERT_EQ(project.pew_Open("odd.pew", 0, MessageCapture::sink, odd.data(), odd.size()), status::kOk);
   EXPECT_EQ(project.content()->header.dataPath.Length(), std::size_t{1} << 20);
   EXPECT_STREQ(project.pew_get_template(1)->strModelFilename.Get(), "data\\caf\xE9\xFF.p3d");
   EXPECT_STREQ(project.pew_get_objects()->pewobject_GetFirstValid()->instanceName.Get(), "\xC3\x28\x80");
 }
 
 TEST(BadInput, WorldChecker) {
-  const std::vector<unsigned char> good = writtenWorld(sampleProject());
-  ASSERT_EQ(checkWorld(good).status, status::kOk);
+  const std::vector<unsigned char> good = smallWorld();
+  const std::string damaged = "w.wrp: damaged world file at byte ";
+  std::vector<unsigned char> badIndexes = good, trailing = good;
+  badIndexes[kIndexes + 6] = 9;  // the last index, and a smaller bad one before it
+  badIndexes[kIndexes + 2] = 1;
+  trailing.push_back(0);
+  std::vector<unsigned char> surfaceCut = surfaceWorld(2, 16);
+  surfaceCut.resize(44 + 4 + 16 + 2);  // inside the zero that ends entry 1
+  const Row rows[] = {
+      {{}, status::kNotWorld, "w.wrp: not an editable world file at byte 0: the file ends after 0 bytes, inside the 24-byte header\n"},
+      {cut(good, 30), status::kDamagedWorld, damaged + "24: the heights of the 2 x 2 terrain grid need 16 bytes, but only 6 remain"},
+      {cut(good, good.size() - 56), status::kDamagedWorld, "without the closing record"},
+      {withText(good, 0, "4WVR"), status::kNotWorld, "w.wrp: not an editable world file at byte 0: signature \"4WVR\": an editable world of version 4 (4WVR); only the editable form 8WVR is read"},
+      {withText(good, 0, "OPRW"), status::kNotWorld, "signature \"OPRW\": a packed world (OPRW)"},
+      {WorldBytes().text("OPRW").i32(1).bytes, status::kNotWorld, "a packed world"},
+      {withText(good, 0, "8WV\x01"), status::kNotWorld, "\"8WV\\x01\" is not a world's; only the editable form 8WVR is read"},
+      {sampleProject().bytes(), status::kNotWorld, "signature \"POSE\" is not a world's"},
+      {garbage(5000, 3), status::kNotWorld, "is not a world's"},
+      {garbage(5000, 4, "8WVR"), status::kDamagedWorld, damaged},
+      {patched(good, 8, 0), status::kDamagedWorld, damaged + "8: land rows 0 is not positive"},
+      {patched(good, 12, static_cast<std::uint32_t>(-2)), status::kDamagedWorld, damaged + "12: terrain columns -2"},
+      {patched(patched(good, 12, INT_MAX), 16, INT_MAX), status::kDamagedWorld,
+       damaged + "24: the heights of the 2147483647 x 2147483647 terrain grid need 18446744056529682436 bytes"},
+      {patched(good, 4, INT_MAX), status::kDamagedWorld, "land grid need"},
+      {patched(good, 20, 0x7F800000u), status::kDamagedWorld, damaged + "20: land cell size inf"},
+      {patched(patched(good, 36, 0x7FC00000u), 32, 0xFF800000u), status::kDamagedWorld,
+       damaged + "32: the height at column 0, row 1 is -inf"},
+      {badIndexes, status::kDamagedWorld,
+       damaged + "42: surface index 1 at column 1, row 0 is not below the surface table's count 1"},
+      {patched(good, kTable, 0), status::kDamagedWorld, damaged + "40: surface index 0"},
+      {patched(good, kTable, 0x7FFFFFFF), status::kDamagedWorld,
+       damaged + "48: surface table count 2147483647 needs at least 8589934588 bytes"},
+      {surfaceWorld(3, 16), status::kDamagedWorld, damaged + "34: surface index 3"},
+      {surfaceWorld(2, -4), status::kDamagedWorld, damaged + "44: name length -4 in surface entry 1 is negative"},
+      {surfaceWorld(2, 100000), status::kDamagedWorld, damaged + "44: a name of 100000 bytes in surface entry 1 runs past the end of the file"},
+      {surfaceCut, status::kDamagedWorld, damaged + "64: surface entry 1 of 3 runs past the end"},
+      {patched(good, kSecond + 48, 1), status::kDamagedWorld,
+       damaged + "165: object ID 1 (record 2) is used by an earlier object"},
+      {patched(good, kSecond + 36, 0x7F800000u), status::kDamagedWorld,
+       damaged + "153: transform value 10 of object -1 (record 2) is inf"},
+      {patched(good, kFirst + 52, 0xFFFFFFFFu), status::kDamagedWorld,
+       damaged + "108: name length -1 of object 1 (record 1) is negative"},
+      {patched(good, kFirst + 52, 0x7FFFFFFF), status::kDamagedWorld,
+       damaged + "108: the name of 2147483647 bytes of object 1 (record 1) runs past the end of the file"},
+      {trailing, status::kDamagedWorld, damaged + "235: 1 bytes follow the closing record"},
+  };
+  for (const Row& row : rows) {
+    Outcome r = checkWorld(row.input);
+    EXPECT_EQ(r.status, row.status) << row.message;
+    EXPECT_HAS(r.message, row.message);
+    EXPECT_EQ(r.calls, 1);
+    EXPECT_FALSE(r.kept);
+  }
+  for (std::size_t n = 0; n < good.size(); ++n) {
+    Outcome r = checkWorld(cut(good, n));
+    ASSERT_EQ(r.status, n < 24 ? status::kNotWorld : status::kDamagedWorld) << "cut at " << n;
+    ASSERT_EQ(r.calls, 1);
+    ASSERT_NE(r.message.find(" at byte "), std::string::npos) << r.message;
+  }
 
-  Outcome r = checkWorld({});
-  EXPECT_EQ(r.status, status::kNotWorld);
-  EXPECT_EQ(r.message, "bad.wrp: not an editable world file at byte 0: the file ends after 0 bytes, inside the "
-                       "24-byte header\n");
+  // Sound worlds get one summary line: the writer's, a hand-made one with
+  // named surfaces, one with model names of 1 MB and not UTF-8, and many
+  // objects with IDs at the edges of the range (the terminator's own too).
+  ProjectFixture many;
+  many.grid(4, 4, 1);
+  many.addTemplate(1, std::string(1 << 20, 'm'));
+  many.addTemplate(2, "caf\xE9\xFF.p3d");
+  for (std::int32_t id : {INT_MIN, -1, 0, INT_MAX}) many.addObject(1).id = id;
+  for (int i = 0; i < 5000; ++i) many.addObject(2).id = 1 + i * 7919;
+  const Row sound[] = {
+      {good, status::kOk, "w.wrp: sound world 8WVR: land grid 2 x 2, terrain grid 2 x 2, cell size 50, 1 surface entry, 2 objects\n"},
+      {surfaceWorld(2, 16), status::kOk, "w.wrp: sound world 8WVR: land grid 2 x 1, terrain grid 2 x 1, cell size 8, 3 surface entries, 1 objects\n"},
+      {writtenWorld(many), status::kOk, "w.wrp: sound world 8WVR: land grid 4 x 4, terrain grid 4 x 4, cell size 1, 1 surface entry, 5004 objects\n"},
+  };
+  for (const Row& row : sound) {
+    Outcome r = checkWorld(row.input);
+    EXPECT_EQ(r.status, status::kOk);
+    EXPECT_EQ(r.message, row.message);
+  }
 
-  r = checkWorld(std::vector<unsigned char>(good.begin(), good.begin() + 60));
-  EXPECT_EQ(r.status, status::kDamagedWorld);
-  EXPECT_HAS(r.message, "bad.wrp: damaged world file at byte 24: the heights of the 4 x 4 terrain grid need 64 bytes, "
-                        "but only 36 remain");
-
-  std::vector<unsigned char> bytes = good;
-  put32(bytes, 12, 0x7FFFFFFF);
-  put32(bytes, 16, 0x7FFFFFFF);
-  r = checkWorld(bytes);
-  EXPECT_EQ(r.status, status::kDamagedWorld);
-  EXPECT_HAS(r.message, "the heights of the 2147483647 x 2147483647 terrain grid need 18446744056529682436 bytes");
-
-  bytes = good;
-  std::size_t table = 24 + 16 * 4 + 16 * 2;
-  put32(bytes, table, 0x7FFFFFFF);
-  r = checkWorld(bytes);
-  EXPECT_EQ(r.status, status::kDamagedWorld);
-  EXPECT_HAS(r.message, "surface table count 2147483647 needs at least 8589934588 bytes");
-
-  bytes = good;
-  put32(bytes, table + 8 + 52, 0x7FFFFFFF);
-  r = checkWorld(bytes);
-  EXPECT_EQ(r.status, status::kDamagedWorld);
-  EXPECT_HAS(r.message, "the name of 2147483647 bytes of object 1 (record 1) runs past the end of the file");
-
-  bytes = good;
-  std::memcpy(bytes.data(), "4WVR", 4);
-  r = checkWorld(bytes);
-  EXPECT_EQ(r.status, status::kNotWorld);
-  EXPECT_HAS(r.message, "signature \"4WVR\": an editable world of version 4 (4WVR); only the editable form 8WVR is read");
-
-  r = checkWorld(sampleProject().bytes());
-  EXPECT_EQ(r.status, status::kNotWorld);
-  EXPECT_HAS(r.message, "signature \"POSE\" is not a world's");
-
-  r = checkWorld(garbage(5000, 3));
-  EXPECT_EQ(r.status, status::kNotWorld);
-
-  bytes = garbage(5000, 4);
-  std::memcpy(bytes.data(), "8WVR", 4);
-  r = checkWorld(bytes);
-  EXPECT_EQ(r.status, status::kDamagedWorld);
-
-  // Model names of 1 MB and names that are not UTF-8 are not the checker's concern.
-  ProjectFixture f = sampleProject();
-  f.templates[0].modelFilename = std::string(1 << 20, 'm');
-  f.templates[1].modelFilename = "caf\xE9\xFF.p3d";
-  r = checkWorld(writtenWorld(f));
-  EXPECT_EQ(r.status, status::kOk);
-  EXPECT_HAS(r.message, "bad.wrp: sound world 8WVR: land grid 4 x 4, terrain grid 4 x 4, cell size 10, 1 surface entry, "
-                        "2 objects");
+  // From a file: the same answer; a missing file and a folder cannot be opened.
+  TempDir dir;
+  writeFileBytes(dir.file("w.wrp"), good);
+  Morvik world;
+  MessageCapture::reset();
+  EXPECT_EQ(world.wrp_Open(dir.file("w.wrp").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kOk);
+  EXPECT_HAS(MessageCapture::text, "2 objects");
+  EXPECT_EQ(world.wrp_Open(dir.file("none.wrp").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);
+  EXPECT_HAS(MessageCapture::text, "none.wrp: cannot open the world file");
+  EXPECT_EQ(world.wrp_Open(dir.path().c_str(), 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);
 }
 
 TEST(BadInput, ConfigReader) {
-  Outcome r = readConfig("");
-  EXPECT_EQ(r.status, status::kOk);
+  auto read = [](const std::string& text, std::size_t maxFileBytes = 1 << 28) {
+    Tovisk reader;
+    ConfigLimits limits;
+    limits.maxFileBytes = maxFileBytes;
+    reader.SetLimits(limits);
+    int s = ParseText(reader, text);
+    return Outcome{s, s ? reader.ErrorString(s) : "", 0, reader.rap_get_root() != nullptr};
+  };
+  std::vector<unsigned char> pew = sampleProject().bytes(), noise = garbage(5000, 5);
+  struct {
+    Outcome got;
+    int status;
+    std::string message;
+  } const rows[] = {
+      {read(""), status::kOk, ""},
+      {read("class ObjectTemplate\n{\n class A\n {\n  x = 1;\n"), status::kConfigSyntax,
+       "lib.txt:6:1: expected '}' to close class 'A' (opened at lib.txt:4:2), found end of file"},
+      {read(std::string(1001, ' '), 1000), status::kCannotOpen,
+       "lib.txt: cannot read the text: file is too large (more than 1000 bytes)"},
+      {read(std::string(pew.begin(), pew.end())), status::kConfigSyntax,
+       "lib.txt:1:8: unexpected byte 0x07: this is not a text file"},
+      {read(std::string(noise.begin(), noise.end())), status::kConfigSyntax, ": this is not a text file"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(row.got.status, row.status) << row.got.message;
+    EXPECT_HAS(row.got.message, row.message);
+    EXPECT_EQ(row.got.kept, row.status == status::kOk);
+  }
 
-  r = readConfig("class ObjectTemplate\n{\n class A\n {\n  x = 1;\n");
-  EXPECT_EQ(r.status, status::kConfigSyntax);
-  EXPECT_EQ(r.message, "lib.txt:6:1: expected '}' to close class 'A' (opened at lib.txt:4:2), found end of file");
-
-  ConfigLimits small;
-  small.maxFileBytes = 1000;
-  r = readConfig(std::string(1001, ' '), small);
-  EXPECT_EQ(r.status, status::kCannotOpen);
-  EXPECT_EQ(r.message, "lib.txt: cannot read the text: file is too large (more than 1000 bytes)");
-
-  std::vector<unsigned char> pew = sampleProject().bytes();
-  r = readConfig(std::string(pew.begin(), pew.end()));
-  EXPECT_EQ(r.status, status::kConfigSyntax);
-  EXPECT_EQ(r.message, "lib.txt:1:8: unexpected byte 0x07: this is not a text file");
-
-  std::vector<unsigned char> noise = garbage(5000, 5);
-  r = readConfig(std::string(noise.begin(), noise.end()));
-  EXPECT_EQ(r.status, status::kConfigSyntax);
-  EXPECT_HAS(r.message, ": this is not a text file");
-
-  // Lines of 1 MB: a string, a word, a comment.
+  // Lines of 1 MB (a string, a word, a comment); names and values that are
+  // not UTF-8 are kept byte for byte.
   std::string mb(1 << 20, 'a');
   Tovisk reader;
-  ASSERT_EQ(ParseText(reader, "s = \"" + mb + "\";\n"), status::kOk);
-  EXPECT_EQ(ValueAt(reader, "", "s").size(), mb.size());
-  ASSERT_EQ(ParseText(reader, "w = " + mb + ";\n"), status::kOk);
-  EXPECT_EQ(ValueAt(reader, "", "w").size(), mb.size());
-  EXPECT_EQ(ParseText(reader, "// " + mb + "\nc = 1;\n"), status::kOk);
-
-  // Names and values that are not UTF-8 are kept byte for byte.
-  ASSERT_EQ(ParseText(reader, "class caf\xE9 { n\xFF = \"\xC3\x28\"; };\n"), status::kOk);
+  ASSERT_EQ(ParseText(reader, "s = \"" + mb + "\";\nw = " + mb + ";\n// " + mb + "\nclass caf\xE9 { n\xFF = \"\xC3\x28\"; };\n"),
+            status::kOk);
+  EXPECT_EQ(ValueAt(reader, "", "s"), mb);
+  EXPECT_EQ(ValueAt(reader, "", "w"), mb);
   EXPECT_EQ(ValueAt(reader, "caf\xE9", "n\xFF"), "\xC3\x28");
 
   // Include chains: deeper than the bound, and a cycle.
@@ -246,5 +290,7 @@ TEST(BadInput, ConfigReader) {
   ASSERT_EQ(reader.rap_Create(main.c_str(), 0, "#include \"n0.h\"\n", nullptr, -1, nullptr), status::kConfigInclude);
   EXPECT_HAS(std::string(reader.ErrorString(status::kConfigInclude)), "n30.h:1:1: includes nested more than 32 deep");
   ASSERT_EQ(reader.rap_Create(main.c_str(), 0, nullptr, nullptr, 0, nullptr), status::kConfigInclude);
-  EXPECT_HAS(std::string(reader.ErrorString(status::kConfigInclude)), "makes a cycle: ");
+  EXPECT_EQ(std::string(reader.ErrorString(status::kConfigInclude)),
+            dir.file("loop.h") + ":1:10: including \"main.h\" here makes a cycle: " + main + " -> " + dir.file("loop.h") +
+                " -> " + main);
 }

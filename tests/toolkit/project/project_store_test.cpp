@@ -26,68 +26,49 @@ std::vector<int> validIds(PewObjects* list) {
 
 int reduce(PewObjects* list) {
   int removed = 0;
-  for (PewObject* o = list->pewobject_GetFirstInvalid(); o;) {
-    ++removed;
+  for (PewObject* o = list->pewobject_GetFirstInvalid(); o; ++removed)
     o = list->pewobject_GetInvalid(list->pewobjects_DeleteObject(o));
-  }
   return removed;
+}
+
+ProjectFixture withObjects(int valid, int deleted) {
+  ProjectFixture f;
+  f.grid(1, 1, 1).addTemplate(1, "a.p3d");
+  for (int i = 0; i < valid; ++i) f.addObject(1);
+  f.addDeleted(deleted);
+  return f;
 }
 
 }  // namespace
 
-TEST(ObjectList, EmptyListHasNothingToWalk) {
-  Vorlan project;
-  project.pew_New(2, 2, 1);
-  PewObjects* list = project.pew_get_objects();
-  EXPECT_EQ(list->pewobject_GetFirstValid(), nullptr);
-  EXPECT_EQ(list->pewobject_GetFirstInvalid(), nullptr);
-  EXPECT_EQ(list->slotCount(), 0u);
-  EXPECT_EQ(reduce(list), 0);
-}
-
 TEST(ObjectList, MarkingInvalidKeepsTheSlotAndReductionRemovesIt) {
-  ProjectFixture f;
-  f.grid(2, 2, 1).addTemplate(1, "a.p3d");
-  for (int i = 0; i < 5; ++i) f.addObject(1);
-  f.addDeleted(2);
-  Vorlan project;
-  load(project, f);
-  PewObjects* list = project.pew_get_objects();
-  EXPECT_EQ(list->slotCount(), 7u);
-  PewObject* second = list->pewobject_GetNextValid(list->pewobject_GetFirstValid());
-  second->validFlag = 0;
-  EXPECT_EQ(list->slotCount(), 7u);
-  EXPECT_EQ(validIds(list), (std::vector<int>{1, 3, 4, 5}));
-  EXPECT_EQ(reduce(list), 3);
-  EXPECT_EQ(list->slotCount(), 4u);
-  EXPECT_EQ(list->pewobject_GetFirstInvalid(), nullptr);
-  EXPECT_EQ(validIds(list), (std::vector<int>{1, 3, 4, 5}));
-
-  // The reduced list is what gets written.
-  TempDir dir;
-  ASSERT_EQ(project.pew_Create(dir.file("r.pew").c_str(), 0), status::kOk);
-  Vorlan again;
-  ASSERT_EQ(again.pew_Open(dir.file("r.pew").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kOk);
-  EXPECT_EQ(again.pew_get_objects()->slotCount(), 4u);
-  EXPECT_EQ(validIds(again.pew_get_objects()), (std::vector<int>{1, 3, 4, 5}));
-}
-
-TEST(ObjectList, AllInvalidFindsNoValidAndReducesToEmpty) {
-  ProjectFixture f;
-  f.grid(1, 1, 1).addDeleted(4);
-  Vorlan project;
-  load(project, f);
-  PewObjects* list = project.pew_get_objects();
-  EXPECT_EQ(list->pewobject_GetFirstValid(), nullptr);
-  EXPECT_EQ(reduce(list), 4);
-  EXPECT_EQ(list->slotCount(), 0u);
+  struct {
+    int valid, deleted, markSecond, slots, removed;
+    std::vector<int> ids;
+  } const cases[] = {{0, 0, 0, 0, 0, {}}, {0, 4, 0, 4, 4, {}}, {5, 2, 1, 7, 3, {1, 3, 4, 5}}};
+  for (const auto& c : cases) {
+    Vorlan project;
+    load(project, withObjects(c.valid, c.deleted));
+    PewObjects* list = project.pew_get_objects();
+    if (c.markSecond) list->pewobject_GetNextValid(list->pewobject_GetFirstValid())->validFlag = 0;
+    EXPECT_EQ(list->slotCount(), static_cast<unsigned>(c.slots));
+    EXPECT_EQ(validIds(list), c.ids);
+    EXPECT_EQ(reduce(list), c.removed);
+    EXPECT_EQ(list->pewobject_GetFirstInvalid(), nullptr);
+    // The reduced list is what gets written.
+    TempDir dir;
+    ASSERT_EQ(project.pew_Create(dir.file("r.pew").c_str(), 0), status::kOk);
+    Vorlan again;
+    ASSERT_EQ(again.pew_Open(dir.file("r.pew").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kOk);
+    EXPECT_EQ(again.pew_get_objects()->slotCount(), c.ids.size());
+    EXPECT_EQ(validIds(again.pew_get_objects()), c.ids);
+  }
 }
 
 TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
-  ProjectFixture f;
-  f.grid(1, 1, 1).addTemplate(1, "a.p3d");
-  f.addObject(1).id = 40;
-  f.addObject(1).id = 7;
+  ProjectFixture f = withObjects(2, 0);
+  f.objects[0].id = 40;
+  f.objects[1].id = 7;
   Vorlan project;
   load(project, f);
   PewObjects* list = project.pew_get_objects();
@@ -102,20 +83,19 @@ TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
   EXPECT_EQ(list->slotCount(), 40003u);
 
   // When the highest possible ID is taken, the lowest free one is used.
-  ProjectFixture full;
-  full.grid(1, 1, 1);
-  full.addObject(1).id = INT_MAX;
-  full.addObject(1).id = 0;
-  full.addObject(1).id = 1;
+  ProjectFixture full = withObjects(3, 0);
+  full.objects[0].id = INT_MAX;
+  full.objects[1].id = 0;
+  full.objects[2].id = 1;
   Vorlan other;
   load(other, full);
   EXPECT_EQ(other.pew_get_objects()->AddPewObject()->objectId, 2);
 }
 
-TEST(TemplateTable, EmptyTableAndNoProject) {
+TEST(TemplateTable, EmptyTableNewTemplatesAndNoProject) {
   Vorlan project;
-  EXPECT_EQ(project.pew_get_max_template_id(), -1);
   unsigned count = 99;
+  EXPECT_EQ(project.pew_get_max_template_id(), -1);
   EXPECT_EQ(project.pew_get_template(&count), nullptr);
   EXPECT_EQ(count, 0u);
   project.pew_New(1, 1, 1);
@@ -123,81 +103,71 @@ TEST(TemplateTable, EmptyTableAndNoProject) {
   EXPECT_EQ(project.pew_get_template(&count), nullptr);
   EXPECT_EQ(count, 0u);
   EXPECT_EQ(project.pew_get_max_template_id(), 0);
-  EXPECT_EQ(project.pew_add_template(project.pew_get_max_template_id() + 1)->templateId, 1u);
+  // Usual values; an empty template (as a library reads it) has the ellipse.
+  PewObjectTemplate* t = project.pew_add_template(3, "m\\a.p3d", 1, -1);
+  EXPECT_STREQ(t->strModelFilename.Get(), "m\\a.p3d");
+  EXPECT_EQ(std::vector<unsigned>({t->ulObjectType, t->ulOutlineColour, t->ulObjectColour, t->ulMarkerType}),
+            std::vector<unsigned>({kObjectTypeNatural, kDefaultColour, kDefaultColour, kMarkerRectangle}));
+  EXPECT_EQ(std::vector<double>({double(t->sbUnknownFlag), t->dblxyRandomScale.x, t->dblxyRandomRotate.y,
+                                 t->dblxyRandomOrientation.x, double(t->LodNamedSelections)}),
+            std::vector<double>({1, 50, 20, 180, 0}));
+  PewObjectTemplate* empty = project.pew_add_template(4);
+  EXPECT_EQ(std::vector<unsigned>({empty->templateId, empty->ulMarkerType, empty->ulObjectType}),
+            std::vector<unsigned>({4, kMarkerEllipse, kObjectTypeNatural}));
   EXPECT_EQ(project.pew_get_template(5), nullptr);
-  EXPECT_EQ(project.pew_get_template(nullptr)->next, nullptr);  // the lookup created nothing
+  EXPECT_EQ(project.pew_get_max_template_id(), 4);
   project.pew_delete_templates();
+  EXPECT_EQ(project.pew_get_template(nullptr), nullptr);
   EXPECT_EQ(project.pew_get_max_template_id(), 0);  // emptied, still loaded
   project.Close();
   EXPECT_EQ(project.pew_get_max_template_id(), -1);
-}
-
-TEST(TemplateTable, NewTemplatesHaveTheUsualValues) {
-  Vorlan project;
-  project.pew_New(1, 1, 1);
-  PewObjectTemplate* t = project.pew_add_template(3, "m\\a.p3d", 1, -1);
-  EXPECT_STREQ(t->strModelFilename.Get(), "m\\a.p3d");
-  EXPECT_EQ(t->ulObjectType, kObjectTypeNatural);
-  EXPECT_EQ(t->ulOutlineColour, kDefaultColour);
-  EXPECT_EQ(t->ulObjectColour, kDefaultColour);
-  EXPECT_EQ(t->sbUnknownFlag, 1);
-  EXPECT_EQ(t->dblxyRandomScale.x, 50);
-  EXPECT_EQ(t->dblxyRandomRotate.y, 20);
-  EXPECT_EQ(t->dblxyRandomOrientation.x, 180);
-  EXPECT_EQ(t->ulMarkerType, kMarkerRectangle);
-  EXPECT_EQ(t->LodNamedSelections, 0);
 }
 
 TEST(TemplateTable, WalkThatDeletesTheTemplateItStandsOn) {
   Vorlan project;
   project.pew_New(1, 1, 1);
   for (int id = 1; id <= 3; ++id) project.pew_add_template(id);
-  PewObject* o = project.pew_get_objects()->AddPewObject();
-  o->templateId = 2;
-  int removed = 0;
+  project.pew_get_objects()->AddPewObject()->templateId = 2;
   for (PewObjectTemplate* t = project.pew_get_template(nullptr); t;) {
     PewObjectTemplate* next = t->next;
     if (!project.pew_template_used_in_objects(t)) {
       ASSERT_EQ(project.pew_delete_template(t), 1);
-      ++removed;
     }
     t = next;
   }
-  EXPECT_EQ(removed, 2);
   unsigned count = 0;
   EXPECT_EQ(project.pew_get_template(&count)->templateId, 2u);
   EXPECT_EQ(count, 1u);
   EXPECT_EQ(project.pew_get_template(3), nullptr);
   EXPECT_EQ(project.pew_get_max_template_id(), 2);
-
   PewObjectTemplate stranger;
   EXPECT_EQ(project.pew_delete_template(&stranger), 0);
   EXPECT_EQ(project.pew_delete_template(nullptr), 0);
 }
 
 TEST(TemplateTable, UsageFollowsEveryChange) {
-  ProjectFixture f;
-  f.grid(1, 1, 1);
-  f.addTemplate(1, "a.p3d");
+  ProjectFixture f = withObjects(1, 1);  // a deleted slot refers to no template, not even id 0
   f.addTemplate(2, "b.p3d");
-  f.addObject(1);
-  f.addDeleted();  // a deleted slot refers to no template, not even id 0
-  f.addObject(9);  // a dangling id
+  f.addTemplate(5, "first.p3d");
+  f.addTemplate(5, "second.p3d");  // a duplicated id: the first holder is found
+  f.addObject(9);                  // a dangling id
+  f.addObject(5);
   Vorlan project;
   load(project, f);
   auto used = [&](int id) { return project.pew_template_used_in_objects(project.pew_get_template(id)); };
-  EXPECT_EQ(used(1), 1);
-  EXPECT_EQ(used(2), 0);
+  EXPECT_EQ(std::vector<int>({used(1), used(2), used(5)}), std::vector<int>({1, 0, 1}));
+  PewObjectTemplate* first = project.pew_get_template(5);
+  EXPECT_STREQ(first->strModelFilename.Get(), "first.p3d");
+  EXPECT_EQ(project.pew_template_used_in_objects(first->next), 1);
+  ASSERT_EQ(project.pew_delete_template(first), 1);
+  EXPECT_STREQ(project.pew_get_template(5)->strModelFilename.Get(), "second.p3d");
 
-  // A template added for the dangling id is used at once.
-  project.pew_add_template(9);
+  project.pew_add_template(9);  // added for the dangling id: used at once
   EXPECT_EQ(used(9), 1);
-  // A new object of template 2.
   PewObjects* list = project.pew_get_objects();
   list->AddPewObject()->templateId = 2;
   EXPECT_EQ(used(2), 1);
-  // Deleting the only object of template 1.
-  list->pewobjects_DeleteObject(list->pewobject_GetFirstValid());
+  list->pewobjects_DeleteObject(list->pewobject_GetFirstValid());  // the only object of template 1
   EXPECT_EQ(used(1), 0);
   // An object marked invalid still refers to its template until it is reduced.
   PewObject* nine = list->pewobject_GetFirstValid();
@@ -210,33 +180,5 @@ TEST(TemplateTable, UsageFollowsEveryChange) {
   EXPECT_EQ(used(2), 0);
   EXPECT_EQ(list->slotCount(), 0u);
   EXPECT_NE(project.pew_get_template(1), nullptr);  // deleting objects keeps templates
-  project.pew_delete_templates();
-  EXPECT_EQ(project.pew_get_template(nullptr), nullptr);
-}
-
-TEST(TemplateTable, DuplicatedIdsKeepTheFirstHolderFindable) {
-  ProjectFixture f;
-  f.grid(1, 1, 1);
-  f.addTemplate(5, "first.p3d");
-  f.addTemplate(5, "second.p3d");
-  f.addObject(5);
-  Vorlan project;
-  load(project, f);
-  PewObjectTemplate* first = project.pew_get_template(5);
-  EXPECT_STREQ(first->strModelFilename.Get(), "first.p3d");
-  EXPECT_EQ(project.pew_template_used_in_objects(first->next), 1);
-  ASSERT_EQ(project.pew_delete_template(first), 1);
-  EXPECT_STREQ(project.pew_get_template(5)->strModelFilename.Get(), "second.p3d");
-}
-
-TEST(TemplateTable, EmptyTemplateForALibraryHasTheEllipseMarker) {
-  // A library leaves a natural template's ellipse out; the template that
-  // reads it back must then have it already.
-  Vorlan project;
-  project.pew_New(1, 1, 1);
-  PewObjectTemplate* t = project.pew_add_template(4);
-  EXPECT_EQ(t->ulMarkerType, kMarkerEllipse);
-  EXPECT_EQ(t->ulObjectType, kObjectTypeNatural);
-  EXPECT_EQ(t->templateId, 4u);
   EXPECT_NE(project.GetIO(), nullptr);
 }

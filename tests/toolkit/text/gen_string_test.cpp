@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -12,90 +13,62 @@
 #include "config/config_reader.h"
 #include "project/matrix4.h"
 
-TEST(GenString, EmptyIsNeverNullAndCostsNoBlock) {
-  GenString s;
-  EXPECT_STREQ(s.Get(), "");
-  EXPECT_TRUE(s.IsEmpty());
-  EXPECT_EQ(sizeof(GenString), sizeof(void*));
-  s.Set("x");
-  s.Set("");
-  EXPECT_TRUE(s.IsEmpty());
-  EXPECT_FALSE(s.StoredBare());
-}
-
-TEST(GenString, KeepsBytesIncludingHighCodePage) {
+TEST(GenString, BytesCaseFoldingAndTheBareMark) {
+  GenString empty;
+  EXPECT_STREQ(empty.Get(), "");
+  EXPECT_EQ(sizeof(GenString), sizeof(void*));  // an empty text costs no block
+  empty.Set("x");
+  empty.Set("");
+  EXPECT_TRUE(empty.IsEmpty());
+  EXPECT_FALSE(empty.StoredBare());
   const char text[] = "d\xe9j\xe0 vu";
-  GenString s(text);
-  EXPECT_EQ(s.Length(), sizeof(text) - 1);
-  EXPECT_STREQ(s.Get(), text);
-  GenString copy = s;
-  EXPECT_TRUE(copy == s);
-  GenString moved = std::move(copy);
+  GenString copy = GenString(text), moved = std::move(copy);
+  EXPECT_EQ(moved.Length(), sizeof(text) - 1);
   EXPECT_STREQ(moved.Get(), text);
-}
 
-TEST(GenString, CompareFoldsOnlyAsciiCaseWhenAsked) {
   GenString s("Data\\House.P3D");
   EXPECT_TRUE(s.Compare("data\\house.p3d", false));
   EXPECT_FALSE(s.Compare("data\\house.p3d", true));
   EXPECT_TRUE(s.Compare("Data\\House.P3D", true));
   EXPECT_FALSE(s.Compare("data\\house.p3", false));
-  EXPECT_FALSE(GenString("\xc9").Compare("\xe9", false));
+  EXPECT_FALSE(GenString("\xc9").Compare("\xe9", false));  // only ASCII folds
   EXPECT_TRUE(GenString().Compare(nullptr, false));
-}
 
-TEST(GenString, BareMarkSurvivesCopyAndIsPartOfEquality) {
   GenString bare;
   bare.SetStoredBare(true);
-  EXPECT_TRUE(bare.IsEmpty());
-  EXPECT_TRUE(bare.StoredBare());
-  GenString copy = bare;
-  EXPECT_TRUE(copy.StoredBare());
-  EXPECT_FALSE(copy == GenString());
+  GenString bareCopy = bare;
+  EXPECT_TRUE(bareCopy.IsEmpty() && bareCopy.StoredBare());
+  EXPECT_FALSE(bareCopy == GenString());
+  EXPECT_TRUE(bareCopy == bare);
+  EXPECT_EQ(std::vector<int>({GenString("42;").str_atoi(), GenString("-7").str_atoi(), GenString("x").str_atoi()}),
+            std::vector<int>({42, -7, 0}));
 }
 
-TEST(GenString, AtoiReadsTheLeadingInteger) {
-  EXPECT_EQ(GenString("42;").str_atoi(), 42);
-  EXPECT_EQ(GenString("-7").str_atoi(), -7);
-  EXPECT_EQ(GenString("x").str_atoi(), 0);
-}
-
-TEST(GenStringFloat, ShortestTextOfEachWidth) {
+// The shortest text of each width, never one that a config reader would
+// take for a 32-bit integer that wraps, or that drops the sign of zero;
+// infinities read back as such, a NaN becomes 0.
+TEST(GenStringFloat, ShortestTextsAConfigReaderReadsRight) {
+  const double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
+  struct {
+    double value;
+    bool asFloat;
+    const char* text;
+  } const cases[] = {
+      {0.1, true, "0.1"}, {0.1, false, "0.1"}, {double(0.1f), false, "0.10000000149011612"},
+      {double(1.3f), false, "1.2999999523162842"}, {50, false, "50"}, {-3.25, true, "-3.25"},
+      {1e-5, true, "1e-05"}, {0, true, "0"}, {2147483648.0, false, "2147483648.0"},
+      {4294967295.0, false, "4294967295.0"}, {2147483647.0, false, "2147483647"},
+      {4294967296.0, false, "4294967296"}, {-2147483648.0, false, "-2147483648"},
+      {2147483648.0, true, "2147483648.0"}, {-0.0, true, "-0.0"}, {-0.0, false, "-0.0"},
+      {inf, true, "1e999"}, {-inf, false, "-1e999"}, {nan, false, "0"}, {-nan, true, "0"},
+  };
   GenString s;
-  EXPECT_STREQ(s.str_FloatToStr(0.1f, 0), "0.1");
-  EXPECT_STREQ(s.str_FloatToStr(0.1, 0), "0.1");
-  EXPECT_STREQ(s.str_FloatToStr(static_cast<double>(0.1f), 0), "0.10000000149011612");
-  EXPECT_STREQ(s.str_FloatToStr(static_cast<double>(1.3f), 0), "1.2999999523162842");
-  EXPECT_STREQ(s.str_FloatToStr(50.0, 0), "50");
-  EXPECT_STREQ(s.str_FloatToStr(-3.25f, 0), "-3.25");
-  EXPECT_STREQ(s.str_FloatToStr(1e-5f, 0), "1e-05");
-  EXPECT_STREQ(s.str_FloatToStr(0.0f, 0), "0");
-}
-
-TEST(GenStringFloat, TextsAConfigReaderWouldMisreadAreAvoided) {
-  GenString s;
-  // 32-bit integer readings would wrap these, or drop the sign of zero.
-  EXPECT_STREQ(s.str_FloatToStr(2147483648.0, 0), "2147483648.0");
-  EXPECT_STREQ(s.str_FloatToStr(4294967295.0, 0), "4294967295.0");
-  EXPECT_STREQ(s.str_FloatToStr(2147483647.0, 0), "2147483647");
-  EXPECT_STREQ(s.str_FloatToStr(4294967296.0, 0), "4294967296");
-  EXPECT_STREQ(s.str_FloatToStr(-2147483648.0, 0), "-2147483648");
-  EXPECT_STREQ(s.str_FloatToStr(2147483648.0f, 0), "2147483648.0");
-  EXPECT_STREQ(s.str_FloatToStr(-0.0f, 0), "-0.0");
-  EXPECT_STREQ(s.str_FloatToStr(-0.0, 0), "-0.0");
-  // Nothing non-finite: infinities read back as such, a NaN becomes 0.
-  EXPECT_STREQ(s.str_FloatToStr(std::numeric_limits<float>::infinity(), 0), "1e999");
-  EXPECT_STREQ(s.str_FloatToStr(-std::numeric_limits<double>::infinity(), 0), "-1e999");
-  EXPECT_STREQ(s.str_FloatToStr(std::numeric_limits<double>::quiet_NaN(), 0), "0");
-  EXPECT_STREQ(s.str_FloatToStr(-std::numeric_limits<float>::quiet_NaN(), 0), "0");
-}
-
-TEST(GenStringFloat, VectorIsThreeValuesWithCommas) {
-  GenString s;
-  Vector3 v{1.0f, 0.5f, -2.0f};
-  EXPECT_STREQ(s.str_FloatToStr(&v, 0), "1,0.5,-2");
-  Vector3 odd{-0.0f, std::numeric_limits<float>::infinity(), 0.1f};
-  EXPECT_STREQ(s.str_FloatToStr(&odd, 0), "-0.0,1e999,0.1");
+  for (const auto& c : cases) {
+    EXPECT_STREQ(c.asFloat ? s.str_FloatToStr(static_cast<float>(c.value), 0) : s.str_FloatToStr(c.value, 0), c.text)
+        << c.value;
+  }
+  Vector3 v{-0.0f, std::numeric_limits<float>::infinity(), 0.1f};
+  EXPECT_STREQ(s.str_FloatToStr(&v, 0), "-0.0,1e999,0.1");
 }
 
 // Every text, read back through the config reader as the template import
@@ -110,20 +83,16 @@ TEST(GenStringFloat, ReadsBackThroughTheConfigReaderBitForBit) {
                                  std::numeric_limits<double>::infinity()};
   for (int i = 0; i < 2000; ++i) {
     std::uint64_t bits = random();
-    float f;
-    double d;
-    std::uint32_t low = static_cast<std::uint32_t>(bits);
-    std::memcpy(&f, &low, sizeof f);
-    std::memcpy(&d, &bits, sizeof d);
+    float f = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
+    double d = std::bit_cast<double>(bits);
     if (std::isfinite(f)) floats.push_back(f);
     if (std::isfinite(d)) doubles.push_back(d);
   }
-  std::string text = "f[]={";
   GenString s;
-  for (std::size_t i = 0; i < floats.size(); ++i) text += (i ? "," : "") + std::string(s.str_FloatToStr(floats[i], 0));
+  std::string text = "f[]={";
+  for (float f : floats) text += std::string(s.str_FloatToStr(f, 0)) + ",";
   text += "};\nd[]={";
-  for (std::size_t i = 0; i < doubles.size(); ++i)
-    text += (i ? "," : "") + std::string(s.str_FloatToStr(doubles[i], 0));
+  for (double d : doubles) text += std::string(s.str_FloatToStr(d, 0)) + ",";
   text += "};\n";
   Tovisk reader;
   ASSERT_EQ(reader.rap_Create("numbers", 0, text.data(), nullptr, static_cast<int>(text.size()), nullptr), 0)
@@ -131,15 +100,15 @@ TEST(GenStringFloat, ReadsBackThroughTheConfigReaderBitForBit) {
   rap_entry* e = reader.rap_get_root()->rpe_get_entry("f", 1000)->rpe_get_entry(nullptr, 1000);
   for (float want : floats) {
     ASSERT_NE(e, nullptr);
-    float got = static_cast<float>(std::strtod(e->value.Get(), nullptr));
-    EXPECT_EQ(std::memcmp(&got, &want, sizeof got), 0) << e->value.Get();
+    EXPECT_EQ(std::bit_cast<std::uint32_t>(static_cast<float>(std::strtod(e->value.Get(), nullptr))),
+              std::bit_cast<std::uint32_t>(want)) << e->value.Get();
     e = e->rpe_get_next();
   }
   e = reader.rap_get_root()->rpe_get_entry("d", 1000)->rpe_get_entry(nullptr, 1000);
   for (double want : doubles) {
     ASSERT_NE(e, nullptr);
-    double got = std::strtod(e->value.Get(), nullptr);
-    EXPECT_EQ(std::memcmp(&got, &want, sizeof got), 0) << e->value.Get();
+    EXPECT_EQ(std::bit_cast<std::uint64_t>(std::strtod(e->value.Get(), nullptr)), std::bit_cast<std::uint64_t>(want))
+        << e->value.Get();
     e = e->rpe_get_next();
   }
 }

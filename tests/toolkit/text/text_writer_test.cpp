@@ -65,6 +65,18 @@ TEST(TextWriter, WritesThroughAStdioStream) {
 
 TEST(TextWriter, RemembersTheFirstFailure) {
   TempDir dir;
+  int fd = ::open(dir.file("closed.txt").c_str(), O_WRONLY | O_CREAT, 0666);
+  ASSERT_GE(fd, 0);
+  ::close(fd);
+  TextWriter closed(fd), unattached;
+  closed.put("lost");
+  EXPECT_EQ(closed.flush(), EBADF);
+  closed.put("also lost");
+  EXPECT_EQ(closed.flush(), EBADF);
+  unattached.put('x');
+  EXPECT_EQ(unattached.flush(), EBADF);
+  EXPECT_EQ(TextWriter().create(dir.file("no/such/folder.txt").c_str()), ENOENT);
+
   std::string full = dir.file("full.txt");
   if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
   std::filesystem::create_symlink("/dev/full", full);
@@ -74,18 +86,4 @@ TEST(TextWriter, RemembersTheFirstFailure) {
   EXPECT_TRUE(diskFull.ok());  // still in the buffer
   EXPECT_EQ(diskFull.close(), ENOSPC);
   EXPECT_EQ(diskFull.error(), ENOSPC);
-
-  int fd = ::open(dir.file("closed.txt").c_str(), O_WRONLY | O_CREAT, 0666);
-  ASSERT_GE(fd, 0);
-  ::close(fd);
-  TextWriter closed(fd);
-  closed.put("lost");
-  EXPECT_EQ(closed.flush(), EBADF);
-  closed.put("also lost");
-  EXPECT_EQ(closed.flush(), EBADF);
-
-  TextWriter unattached;
-  unattached.put('x');
-  EXPECT_EQ(unattached.flush(), EBADF);
-  EXPECT_EQ(TextWriter().create(dir.file("no/such/folder.txt").c_str()), ENOENT);
 }
