@@ -18,6 +18,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "elevations/elevation_export.h"
@@ -36,10 +37,13 @@ namespace {
 
 bool quiet(const char*, ...) { return true; }
 
-template <typename Bytes>
-void write(const fs::path& name, const Bytes& bytes) {
+void write(const fs::path& name, std::string_view bytes) {
   std::ofstream out(name, std::ios::binary | std::ios::trunc);
-  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+void write(const fs::path& name, const std::vector<unsigned char>& bytes) {
+  write(name, std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
 }
 
 // The seed projects, in the end-to-end cases' project language.
