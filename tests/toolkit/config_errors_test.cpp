@@ -40,6 +40,11 @@ TEST(ConfigErrors, UnterminatedStringsCommentsAndClasses) {
   EXPECT_EQ(SyntaxError("class A {\n  x = 1;\n"),
             "lib.txt:3:1: expected '}' to close class 'A' (opened at lib.txt:1:9), found end of file");
   EXPECT_EQ(SyntaxError("a[] = {1,\n2"), "lib.txt:2:2: expected ',' or '}' in array 'a' (opened at lib.txt:1:7), found end of file");
+  // An inner class without its "};" takes the '}' of the class around it.
+  EXPECT_EQ(SyntaxError("class ObjectTemplate\n{\n class Object1\n {\n  class ArtificialObjects\n  {\n  x = 1;\n"
+                        " };\n class Object2\n {\n };\n};\n"),
+            "lib.txt:13:1: expected '}' to close class 'ArtificialObjects' (opened at lib.txt:6:3), found end of "
+            "file; the '}' at lib.txt:8:2 that closed it stands left of its 'class' line and belongs to an outer class");
 }
 
 TEST(ConfigErrors, MissingSemicolonsAndMisplacedTokens) {

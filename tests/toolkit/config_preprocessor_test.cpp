@@ -107,6 +107,16 @@ TEST(ConfigPreprocessor, LineContinuationJoinsLines) {
   EXPECT_EQ(ValueOf("#def\\\nine X 5\nv = X;"), "5");
 }
 
+TEST(ConfigPreprocessor, LineAndFileNamesAndLineEnds) {
+  EXPECT_EQ(ValueOf("\n\nv = __LINE__;"), "3");
+  EXPECT_EQ(ValueOf("#define HERE __LINE__\n\nv = HERE;"), "3") << "the line of the macro's use";
+  EXPECT_EQ(ValueOf("v = __FILE__;"), "lib.txt");
+  EXPECT_EQ(ValueOf("#ifdef __LINE__\nv = 1;\n#endif"), "1");
+  EXPECT_EQ(ValueOf("#define X 1\r#ifdef X\rv = X; // c\r#endif\r"), "1") << "carriage returns alone end lines";
+  EXPECT_EQ(ValueOf("v = 1;\r\n\x1A"), "1") << "a trailing Ctrl-Z";
+  EXPECT_EQ(ValueOf("v = 1;\x1A\r\n\x1A \n"), "1");
+}
+
 TEST(ConfigPreprocessor, MacrosSeeTheWholeTextInOrder) {
   Tovisk reader;
   ASSERT_EQ(ParseText(reader,
