@@ -7,7 +7,7 @@
 #include <climits>
 #include <cstdlib>
 
-#include "file_string.h"
+#include "system/file_string.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "export_file.h"
-#include "file_string.h"
-#include "utf_convertors.h"
+#include "system/file_string.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "driver/console.h"
-#include "number_text.h"
-#include "utf_convertors.h"
+#include "text/number_text.h"
+#include "text/utf_convertors.h"
 #include "template_import.h"
 
 namespace {
