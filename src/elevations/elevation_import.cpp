@@ -27,25 +27,34 @@ struct AscHeader {
 
 enum class HeaderResult { Read, NotAsc, Failed };
 
+// A missing "ncols" line sends the file to the xyz reading like a line of
+// another key; a later missing line ends the import after its key's message.
 HeaderResult readAscHeader(ElevationText& text, AscHeader& header) {
   std::optional<long> columns = text.readHeaderInt("ncols ");
-  if (!columns) return HeaderResult::Failed;
-  if (*columns == -1) return HeaderResult::NotAsc;
+  if (!columns || *columns == -1) return HeaderResult::NotAsc;
   header.columns = *columns;
+  auto missing = [&](const char* key) {
+    text.reportHeaderEnd(key);
+    return HeaderResult::Failed;
+  };
   // A value of -1 stops the import like a wrong key: the readers give -1
   // for both.
   std::optional<long> rows = text.readHeaderInt("nrows ");
-  if (!rows || *rows == -1) return HeaderResult::Failed;
+  if (!rows) return missing("nrows ");
+  if (*rows == -1) return HeaderResult::Failed;
   header.rows = *rows;
   for (const char* key : {"xllcorner ", "yllcorner "}) {
     std::optional<float> corner = text.readHeaderFloat(key);
-    if (!corner || *corner == -1.0f) return HeaderResult::Failed;
+    if (!corner) return missing(key);
+    if (*corner == -1.0f) return HeaderResult::Failed;
   }
   std::optional<float> cellSize = text.readHeaderFloat("cellsize ");
-  if (!cellSize || *cellSize == -1.0f) return HeaderResult::Failed;
+  if (!cellSize) return missing("cellsize ");
+  if (*cellSize == -1.0f) return HeaderResult::Failed;
   header.cellSize = *cellSize;
   std::optional<long> noData = text.readHeaderInt("NODATA_value ");
-  if (!noData || *noData == -1) return HeaderResult::Failed;
+  if (!noData) return missing("NODATA_value ");
+  if (*noData == -1) return HeaderResult::Failed;
   return HeaderResult::Read;
 }
 
@@ -76,14 +85,11 @@ void showProgressDot() {
   if (console) std::fflush(stdout);
 }
 
-// The end of the data came after the height at (row, column), or before any
-// height when nothing was read. That is fine only right after the grid's
-// last height, or when the grid has none.
-int endOfAscData(const ElevationText& text, const char* headerEnd, const AscHeader& header, long row, long column,
-                 bool anyRead) {
-  bool complete = anyRead ? row + 1 == header.rows && column + 1 == header.columns
-                          : header.rows <= 0 || header.columns <= 0;
-  if (complete) return allHeightsRead();
+// The end of the data came after the height at (row, column); an end before
+// the first height counts as row 0, column 0 as well. That is fine only right
+// after the grid's last height.
+int endOfAscData(const ElevationText& text, const char* headerEnd, const AscHeader& header, long row, long column) {
+  if (row + 1 == header.rows && column + 1 == header.columns) return allHeightsRead();
   const char* at = text.position();
   std::size_t shown = std::min({kRemainderShown, static_cast<std::size_t>(at - headerEnd), std::strlen(at)});
   std::fputs("bad float values in asc file\n", stderr);
@@ -96,7 +102,7 @@ int readAscHeights(ElevationText& text, const AscHeader& header, ElevationGrid& 
   const char* headerEnd = text.position();
   const char* p = skipAscBlanks(headerEnd);
   text.setPosition(p);
-  if (*p == '\0') return endOfAscData(text, headerEnd, header, 0, 0, false);
+  if (*p == '\0') return endOfAscData(text, headerEnd, header, 0, 0);
   float* heights = grid.heights;
   const long columns = std::max(header.columns, 0L);
   for (long r = 0; r < header.rows; ++r) {
@@ -105,7 +111,7 @@ int readAscHeights(ElevationText& text, const AscHeader& header, ElevationGrid& 
     AscRow row = readAscRow(p, heights, columns);
     heights += row.stored;
     text.setPosition(p);
-    if (row.atEnd) return endOfAscData(text, headerEnd, header, r, row.stored - 1, true);
+    if (row.atEnd) return endOfAscData(text, headerEnd, header, r, row.stored - 1);
   }
   return allHeightsRead();
 }

@@ -86,8 +86,8 @@ bool ElevationText::readLine(char* buffer, std::size_t capacity) {
 ElevationText::HeaderLine ElevationText::headerLine(const char* key, const char* mismatchMessage, char* line,
                                                    const char*& value) {
   if (!readLine(line, kHeaderLineMax + 1)) {
-    std::fprintf(stderr, "%s: the asc header ends before its \"%s\" line\n", shownName_.c_str(),
-                 keyName(key).c_str());
+    // Read as an empty line first: it is not the key's line.
+    std::fputs(mismatchMessage, stderr);
     return HeaderLine::Missing;
   }
   std::printf("%s", line);
@@ -97,6 +97,10 @@ ElevationText::HeaderLine ElevationText::headerLine(const char* key, const char*
   }
   value = line + std::strlen(key);
   return HeaderLine::Found;
+}
+
+void ElevationText::reportHeaderEnd(const char* key) const {
+  std::fprintf(stderr, "%s: the asc header ends before its \"%s\" line\n", shownName_.c_str(), keyName(key).c_str());
 }
 
 std::optional<long> ElevationText::readHeaderInt(const char* key) {

@@ -115,10 +115,12 @@ class ElevationText {
   // compares its start with `key` (ASCII case ignored). The value is read
   // with strtol base 10 or strtod narrowed to float. A line of another key
   // gives -1 after "Unknown int format of asc file" or "Unknown float format
-  // of asc file" on standard error. With no line left, says which line is
-  // missing and gives nothing.
+  // of asc file" on standard error. With no line left, the same message is
+  // written (an empty line is no key's line) and nothing is given.
   std::optional<long> readHeaderInt(const char* key);
   std::optional<float> readHeaderFloat(const char* key);
+  // Says that the header ends before the line of `key`.
+  void reportHeaderEnd(const char* key) const;
 
   // The next line as a point: x from the line's start, y and z each after
   // skipping past the number before (to its first digit, then over digits

@@ -172,8 +172,9 @@ int readObjectRecords(Vorlan& project, FILE* file, TextWriter& echo, const char*
     if (skipField(at, end, sep)) {
       // A short record: x, y, then the height, which must be followed by
       // the degrees; the relative height and the scale behind them are
-      // optional.
+      // optional. The relative height goes into the new object.
       if (!skipField(at, end, sep)) return badSyntax();
+      if (skipField(at, end, sep)) relativeHeight = parseDouble(at, nullptr);
     } else {
       relativeHeight = value1;
       if (!readRows(lines, sep)) return badSyntax();

@@ -1,6 +1,7 @@
 // How one entry of a template class fills its template (fillTemplateEntry),
 // with the two nested classes: the road frames and the artificial objects.
 #include <algorithm>
+#include <cstdio>
 #include <cstdint>
 #include <string>
 #include <unordered_set>
@@ -8,6 +9,7 @@
 
 #include "driver/console.h"
 #include "text/number_text.h"
+#include "text/utf_convertors.h"
 #include "template_import.h"
 
 namespace {
@@ -26,10 +28,34 @@ Chains& roadTransforms() {
 
 constexpr int kMaxBaseDepth = 256;
 
-float readFloat(const rap_entry* element) { return static_cast<float>(parseDouble(element->value.Get(), nullptr)); }
+// A numeric key's value that is no number (a word, a quoted text) is read
+// as 0 or as far as it goes, as the editor does; the maker is told where.
+void warnIfNoNumber(const rap_entry* e, const char* key, double readAs) {
+  const char* text = e->value.Get();
+  const char* end = text;
+  parseDouble(text, &end);
+  while (*end == ' ' || *end == '\t') ++end;
+  if (end != text && *end == '\0') return;
+  std::string message;
+  formatText(message, "%s: warning: '%s' in %s is not a number: read as %.9g\n", e->rpe_where().c_str(), text, key,
+             readAs);
+  std::fputs(utfConvertors::convert_if_local_codepage(message.c_str()).c_str(), stderr);
+}
+
+float readFloat(const rap_entry* element, const char* key) {
+  auto value = static_cast<float>(parseDouble(element->value.Get(), nullptr));
+  warnIfNoNumber(element, key, value);
+  return value;
+}
+
+int readInt(const rap_entry* e, const char* key) {
+  int value = e->value.str_atoi();
+  warnIfNoNumber(e, key, value);
+  return value;
+}
 
 // Numbers of the pairs are read as doubles and keep only float precision.
-double readNarrowed(const rap_entry* element) { return static_cast<double>(readFloat(element)); }
+double readNarrowed(const rap_entry* element, const char* key) { return static_cast<double>(readFloat(element, key)); }
 
 bool isSingleValue(const rap_entry* e) { return !e->IsClass() && !e->IsArray(); }
 
@@ -52,9 +78,10 @@ bool takeElements(rap_entry* entry, int needed, const rap_entry** out, std::stri
 bool fillVector(rap_entry* entry, Vector3& v, std::string* problem) {
   const rap_entry* e[3];
   if (!takeElements(entry, 3, e, problem)) return false;
-  v.x = readFloat(e[0]);
-  v.y = readFloat(e[1]);
-  v.z = readFloat(e[2]);
+  const char* key = entry->name.Get();
+  v.x = readFloat(e[0], key);
+  v.y = readFloat(e[1], key);
+  v.z = readFloat(e[2], key);
   return true;
 }
 
@@ -62,8 +89,8 @@ bool fillVector(rap_entry* entry, Vector3& v, std::string* problem) {
 bool fillBounds(rap_entry* entry, XYPair& pair, std::string* problem) {
   const rap_entry* e[2];
   if (!takeElements(entry, 2, e, problem)) return false;
-  pair.x = readNarrowed(e[0]);
-  pair.y = readNarrowed(e[1]);
+  pair.x = readNarrowed(e[0], entry->name.Get());
+  pair.y = readNarrowed(e[1], entry->name.Get());
   return true;
 }
 
@@ -71,9 +98,10 @@ bool fillBounds(rap_entry* entry, XYPair& pair, std::string* problem) {
 bool fillSpread(rap_entry* entry, XYPair& pair, std::string* problem) {
   const rap_entry* e[3];
   if (!takeElements(entry, 3, e, problem)) return false;
-  pair.x = readNarrowed(e[0]);
-  pair.y = readNarrowed(e[1]);
-  pair.flag = static_cast<std::uint16_t>(e[2]->value.str_atoi());
+  const char* key = entry->name.Get();
+  pair.x = readNarrowed(e[0], key);
+  pair.y = readNarrowed(e[1], key);
+  pair.flag = static_cast<std::uint16_t>(readInt(e[2], key));
   return true;
 }
 
@@ -84,7 +112,7 @@ void fillFrame(const rap_entry* array, Matrix4& frame) {
   int i = 0;
   for (rap_entry* e = const_cast<rap_entry*>(array)->rpe_get_entry(nullptr, 1000); e && i < 12;
        e = e->rpe_get_next())
-    values[i++] = readFloat(e);
+    values[i++] = readFloat(e, array->name.IsEmpty() ? "LodNamedSelections" : array->name.Get());
 }
 
 bool fillRoadFrames(rap_entry* entry, PewObjectTemplate& t, std::string* problem) {
@@ -118,7 +146,7 @@ bool fillArtificialObject(rap_entry* cls, PewObjectTemplate& t, std::string* pro
     if (isName) {
       a->strName.str_dup(e->value.Get(), false);
     } else if (e->name.Compare("lbUnknown", false)) {
-      a->lbUnknown = static_cast<std::uint32_t>(e->value.str_atoi());
+      a->lbUnknown = static_cast<std::uint32_t>(readInt(e, "lbUnknown"));
     } else if (e->name.Compare("StartEndPos", false)) {
       if (!e->IsArray()) {
         formatText(*problem, "'StartEndPos' of artificial object %s must be an array", cls->name.Get());
@@ -129,7 +157,7 @@ bool fillArtificialObject(rap_entry* cls, PewObjectTemplate& t, std::string* pro
       auto* values = static_cast<float*>(a->StartEndPos.AllocArray(points));
       const rap_entry* element = e->rpe_get_entry(nullptr, 1000);
       for (std::uint32_t i = 0; i < points * 3 && element; ++i, element = element->rpe_get_next())
-        values[i] = readFloat(element);
+        values[i] = readFloat(element, "StartEndPos");
     }
     // Other entries mean nothing here and are passed over.
   }
@@ -206,7 +234,7 @@ bool fillTemplateEntry(rap_entry* entry, PewObjectTemplate* t, std::string* prob
     formatText(*problem, "'%s' must be a single value", entry->name.Get());
     return false;
   }
-  auto integer = [&] { return static_cast<std::uint32_t>(entry->value.str_atoi()); };
+  auto integer = [&] { return static_cast<std::uint32_t>(readInt(entry, entry->name.Get())); };
   switch (key) {
     case Key::ObjectType: t->ulObjectType = integer(); return true;
     case Key::MarkerType: t->ulMarkerType = integer(); return true;
@@ -239,14 +267,24 @@ std::vector<rap_entry*> classEntries(rap_entry* cls) {
   // From the class itself down its base chain, each level keeps the entries
   // that no class nearer to `cls` has already given; then the levels are
   // laid out deepest base first.
+  // A class that deletes an inherited name ("delete Name;") hides it from
+  // the levels below.
   std::vector<std::vector<rap_entry*>> levels;
+  std::vector<const rap_entry*> nearer;
   std::unordered_set<std::string> given;
+  auto hidden = [&](const rap_entry* e) {
+    if (given.count(FoldConfigName(e->name.View()))) return true;
+    for (const rap_entry* c : nearer)
+      if (c->rpe_deletes(e->name.View())) return true;
+    return false;
+  };
   for (int depth = 0; cls && depth < kMaxBaseDepth; ++depth, cls = cls->rpe_get_base()) {
     std::vector<rap_entry*> level;
     for (rap_entry* e = cls->rpe_get_entry(nullptr, 1000); e; e = e->rpe_get_next())
-      if (!given.count(FoldConfigName(e->name.View()))) level.push_back(e);
+      if (!hidden(e)) level.push_back(e);
     for (rap_entry* e : level) given.insert(FoldConfigName(e->name.View()));
     levels.push_back(std::move(level));
+    nearer.push_back(cls);
   }
   for (auto level = levels.rbegin(); level != levels.rend(); ++level)
     entries.insert(entries.end(), level->begin(), level->end());

@@ -56,6 +56,10 @@ int importTemplates(Vorlan& project, Tovisk& reader, const char* fileName, bool 
     std::fprintf(stderr, "%s\n", shown(reader.ErrorString(code)).c_str());
     return code;
   }
+  for (const std::string& warning : reader.Warnings()) std::fprintf(stderr, "%s\n", shown(warning).c_str());
+  if (reader.WarningCount() > reader.Warnings().size()) {
+    std::fprintf(stderr, "%s: %zu more warnings\n", shown(name).c_str(), reader.WarningCount() - reader.Warnings().size());
+  }
   if (!keepExisting) {
     std::printf("Removing existing templates (if any) and objects(if any)\n");
     project.pew_delete_templates();
@@ -78,6 +82,7 @@ int importTemplates(Vorlan& project, Tovisk& reader, const char* fileName, bool 
   bool added = false;
   std::string problem;
   for (rap_entry* cls = library->rpe_get_class(nullptr); cls; cls = cls->rpe_get_next_class()) {
+    if (cls->IsDeclaredOnly()) continue;  // "class Name;" declares, it is no template
     rap_entry* modelFile = cls->rpe_get_entry("strModelFilename", 1000);
     if (!modelFile) {
       std::fputs("No 'strModelFilename' found in template\n", stderr);

@@ -130,14 +130,16 @@ TEST(AscImport, AShortHeaderSaysWhichLineIsMissing) {
   Import r = readText(project, "ncols 2\r\nnrows 2\r\n");
   EXPECT_EQ(r.result, 1);
   EXPECT_EQ(r.out, "Importing elevations from grid.txt...\nncols 2nrows 2");
-  EXPECT_EQ(r.err, "grid.txt: the asc header ends before its \"xllcorner\" line\n");
+  EXPECT_EQ(r.err, "Unknown float format of asc file\ngrid.txt: the asc header ends before its \"xllcorner\" line\n");
   // Lines ended by line feeds alone run together into the first line.
   r = readText(project, "ncols 2\nnrows 2\nxllcorner 0.0\nyllcorner 0.0\ncellsize 10.0\nNODATA_value -9999\n1 2 3 4\n");
   EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.err, "grid.txt: the asc header ends before its \"nrows\" line\n");
+  EXPECT_EQ(r.err, "Unknown int format of asc file\ngrid.txt: the asc header ends before its \"nrows\" line\n");
+  // No "ncols" line at all: the file is tried as points.
   r = readText(project, "");
   EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.err, "grid.txt: the asc header ends before its \"ncols\" line\n");
+  EXPECT_EQ(r.out, "Importing elevations from grid.txt...\nre-trying import in xyz format\n");
+  EXPECT_EQ(r.err, "Unknown int format of asc file\ngrid.txt: the xyz data is empty\n");
   EXPECT_EQ(r.heights, (std::vector<float>{5, 5, 5, 5}));
 }
 
@@ -175,9 +177,21 @@ TEST(AscImport, TheEndOfTheDataBeforeTheLastHeight) {
   r = readText(project, kHeader2x2 + "1 2 3 4 5 junk");
   EXPECT_EQ(r.result, 0);
   EXPECT_EQ(r.heights, (std::vector<float>{1, 2, 3, 4}));
-  // A grid without heights needs none.
-  makeGrid(project, 0, 0, 10.0f);
-  EXPECT_EQ(readText(project, ascHeader(0, 0, "10.0")).result, 0);
+  // A body without heights counts as ending after the height at row 0,
+  // column 0: complete for a 1 x 1 grid only.
+  struct Empty {
+    unsigned columns, rows;
+    int result;
+    const char* err;
+  };
+  for (const Empty& e : {Empty{1, 1, 0, ""}, Empty{3, 0, 1, "bad float values in asc file\n0x0\n\n\n"},
+                         Empty{0, 0, 1, "bad float values in asc file\n0x0\n\n\n"}}) {
+    makeGrid(project, e.rows, e.columns, 10.0f, std::vector<float>(e.rows * e.columns, 5.0f));
+    r = readText(project, ascHeader(e.columns, e.rows, "10.0") + "\r\n");
+    EXPECT_EQ(r.result, e.result) << e.columns << "x" << e.rows;
+    EXPECT_EQ(r.err, e.err) << e.columns << "x" << e.rows;
+    EXPECT_EQ(r.out.find("Done\n") != std::string::npos, e.result == 0) << e.columns << "x" << e.rows;
+  }
 }
 
 TEST(XyzImport, AFileWithoutAnNcolsLineIsReadAsPoints) {

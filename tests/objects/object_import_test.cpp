@@ -89,9 +89,9 @@ TEST(ObjectImport, RecordsReadBackFromEveryLayout) {
           EXPECT_EQ(r.out, echoed);
           EXPECT_EQ(templateIds(p.get(), 3), (std::vector<std::uint32_t>{3, 7, 2}));
           std::vector<const PewObject*> all = validObjects(p.get());
-          // Only the transform records carry the relative height into the new objects.
-          EXPECT_EQ(all[3]->relativeHeight, format >= 2 ? 1.5f : 0.0f);
-          EXPECT_EQ(all[5]->relativeHeight, format >= 2 ? -2.25f : 0.0f);
+          // Format 0 alone leaves the relative height out.
+          EXPECT_EQ(all[3]->relativeHeight, format != 0 ? 1.5f : 0.0f);
+          EXPECT_EQ(all[5]->relativeHeight, format != 0 ? -2.25f : 0.0f);
         }
 }
 

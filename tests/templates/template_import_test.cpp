@@ -203,6 +203,83 @@ TEST(TemplateImport, DerivedClassesGetTheEntriesOfTheirBases) {
   EXPECT_EQ(b->dblxyRandomScale.y, 2.0);
 }
 
+// Libraries as terrain makers write them: a base template, derived ones
+// that delete or extend its nested classes, declarations, values without
+// quotes, words in numeric keys.
+TEST(TemplateImport, CommunityLibraries) {
+  ProjectRun run(twoTemplates());
+  writeFileText(run.file("lib.txt"),
+                "#define QUOTE(x) #x\r\n#define DIR data\\walls\r\n"
+                "class Base {\r\n ulObjectType=2;\r\n class ArtificialObjects {\r\n"
+                "  class AObject_G0 { strName='Gate'; lbUnknown=1; };\r\n"
+                "  class AObject_P1 { strName=\"Post\"; };\r\n };\r\n};\r\n"
+                "class ObjectTemplate {\r\n class Declared;\r\n"
+                " class Wall: Base {\r\n  strModelFilename=QUOTE(DIR\\wall.p3d);\r\n"
+                "  delete ArtificialObjects;\r\n  ulMarkerType=ELIPSE;\r\n };\r\n"
+                " class Gate: Base {\r\n  strModelFilename=data\\gate.p3d;\r\n  class ArtificialObjects;\r\n };\r\n"
+                " class Fence: Base {\r\n  strModelFilename=\"fence.p3d\";\r\n"
+                "  class ArtificialObjects: ArtificialObjects {\r\n   delete AObject_G0;\r\n"
+                "   class AObject_R2 { strName=\"Rail\"; lbUnknown=\"two\"; };\r\n  };\r\n };\r\n};\r\n");
+  RunResult r = run.run("-ATY", run.file("lib.txt"));
+  ASSERT_EQ(r.status, 0) << r.err;
+  const std::string lib = run.file("lib.txt");
+  std::size_t from = r.err.find(lib + ":");
+  ASSERT_NE(from, std::string::npos) << r.err;
+  EXPECT_EQ(r.err.substr(from, r.err.find("\n\n", from) + 1 - from),
+            lib + ":15:16: warning: value 'ELIPSE' of property 'ulMarkerType' is neither quoted nor a number: read as "
+                  "text\n" +
+                lib + ":18:20: warning: value 'data\\gate.p3d' of property 'strModelFilename' is neither quoted nor a "
+                      "number: read as text\n" +
+                lib + ":15:16: warning: 'ELIPSE' in ulMarkerType is not a number: read as 0\n" + lib +
+                ":25:49: warning: 'two' in lbUnknown is not a number: read as 0\n");
+  EXPECT_NE(r.out.find("Done, 3 processed, 0 duplicates (ignored)\n"), std::string::npos) << r.out;
+  Vorlan after;
+  ASSERT_TRUE(run.open(after));
+  struct Expected {
+    std::uint32_t id;
+    const char* modelFile;
+    std::uint32_t marker;
+    std::vector<std::string> artificial;
+  };
+  for (const Expected& e : {Expected{10, "data\\walls\\wall.p3d", 0, {}},
+                            Expected{11, "data\\gate.p3d", kMarkerEllipse, {"Gate", "Post"}},
+                            Expected{12, "fence.p3d", kMarkerEllipse, {"Post", "Rail"}}}) {
+    PewObjectTemplate* t = after.pew_get_template(e.id);
+    ASSERT_NE(t, nullptr) << e.id;
+    EXPECT_STREQ(t->strModelFilename.Get(), e.modelFile);
+    EXPECT_EQ(t->ulObjectType, 2u) << e.modelFile;
+    EXPECT_EQ(t->ulMarkerType, e.marker) << e.modelFile;
+    std::vector<std::string> names;
+    for (const Chain* c = t->ArtificialObjects.first; c; c = c->next)
+      names.push_back(static_cast<const PewArtificialObject*>(c)->strName.Get());
+    EXPECT_EQ(names, e.artificial) << e.modelFile;
+  }
+  EXPECT_EQ(after.pew_get_template(13), nullptr) << "a declared class is no template";
+}
+
+// The export's class names carry bytes of the names they are made from:
+// marks of the syntax, control bytes, and for an artificial object the low
+// byte of its first character's code point, which may be a quote.
+TEST(TemplateImport, ExportsOfAnyNameWithoutQuotesReadBack) {
+  std::string bytes;
+  for (int c = 1; c < 256; ++c)
+    if (c != '"' && c != '\r' && c != '\n') bytes += static_cast<char>(c);
+  ProjectFixture f;
+  f.grid(1, 1, 10.0f);
+  FixtureTemplate& odd = f.addTemplate(1, "data\\" + bytes + ".p3d", bytes);
+  for (char first : bytes) odd.artificial.push_back({std::string(1, first) + "x", 1, {}});
+  f.addTemplate(2, bytes, "a:b;c{d}e=f,g+=h'i");
+  ProjectRun run(f);
+  std::string lib = run.file("lib.txt");
+  ASSERT_EQ(run.run("-ET", lib).status, 0);
+  RunResult r = run.run("-ITY", lib);
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err.find("warning"), std::string::npos) << r.err;
+  std::string again = run.file("again.txt");
+  ASSERT_EQ(run.run("-ET", again).status, 0);
+  EXPECT_EQ(withoutBanner(readFileText(again)), withoutBanner(readFileText(lib)));
+}
+
 struct BadLibrary {
   const char* what;
   std::string text;

@@ -1,6 +1,7 @@
 #include "config/config_lexer.h"
 
 #include <array>
+#include <cstdio>
 
 #include "config/config_error.h"
 #include "config/config_source.h"
@@ -33,6 +34,13 @@ constexpr std::array<std::uint8_t, 256> kClasses = MakeClasses();
 
 inline bool Has(char c, std::uint8_t what) {
   return (kClasses[static_cast<unsigned char>(c)] & what) != 0;
+}
+
+// Control bytes other than blanks and line ends: allowed inside strings,
+// comments and the names of exported classes, but nowhere else in a text.
+bool IsControl(char c) {
+  auto u = static_cast<unsigned char>(c);
+  return (u < 0x20 && u != '\n' && !Has(c, kBlank)) || u == 0x7F;
 }
 
 }  // namespace
@@ -109,16 +117,19 @@ Token ConfigLexer::Next() {
         break;
       }
     }
-  } else if (c == '"') {
+  } else if (c == '"' || (c == '\'' && !(start > 0 && Has(text_[start - 1], kIdentRest)))) {
+    // A single quote right after a word is a mark of its own (a name such
+    // as o'neil); elsewhere it opens a string like a double quote.
     token.kind = TokenKind::kString;
     ++pos_;
     for (;;) {
       if (pos_ >= n || text_[pos_] == '\n') {
-        Fail(start, pos_ >= n ? "unterminated string: no closing '\"' before the end of the file"
-                              : "unterminated string: no closing '\"' before the end of the line");
+        std::string quote(1, c);
+        Fail(start, pos_ >= n ? "unterminated string: no closing '" + quote + "' before the end of the file"
+                              : "unterminated string: no closing '" + quote + "' before the end of the line");
       }
-      if (text_[pos_] == '"') {
-        if (pos_ + 1 < n && text_[pos_ + 1] == '"') {
+      if (text_[pos_] == c) {
+        if (pos_ + 1 < n && text_[pos_ + 1] == c) {
           pos_ += 2;
           continue;
         }
@@ -127,11 +138,19 @@ Token ConfigLexer::Next() {
       }
       ++pos_;
     }
+  } else if (IsControl(c)) {
+    char hex[8];
+    std::snprintf(hex, sizeof hex, "0x%02X", static_cast<unsigned char>(c));
+    Fail(start, std::string("unexpected byte ") + hex + ": this is not a text file");
   } else {
     token.kind = TokenKind::kPunct;
     pos_ += ((c == '#' && next == '#') || (c == '+' && next == '=')) ? 2 : 1;
   }
   token.text = text_.substr(start, pos_ - start);
+  std::size_t gap = start - before;
+  if (gap > 0 && gap <= 0xFFFF && text_.find_first_not_of(" \t", before) == start) {
+    token.blanks = static_cast<std::uint16_t>(gap);
+  }
   return token;
 }
 
@@ -176,4 +195,23 @@ std::string_view ConfigLexer::SkipLine(std::uint32_t* hashOffset) {
   }
   SkipRestOfLine();
   return {};
+}
+
+std::string_view ConfigLexer::PeekLine(std::uint32_t* startOffset, char* nextLineStart) const {
+  const std::size_t n = text_.size();
+  std::size_t from = pos_;
+  while (from < n && (text_[from] == ' ' || text_[from] == '\t')) ++from;
+  std::size_t end = text_.find('\n', from);
+  if (end == std::string_view::npos) end = n;
+  std::size_t next = end;
+  while (next < n && (Has(text_[next], kBlank) || text_[next] == '\n')) ++next;
+  *nextLineStart = next < n ? text_[next] : '\0';
+  while (end > from && Has(text_[end - 1], kBlank)) --end;
+  *startOffset = static_cast<std::uint32_t>(from);
+  return text_.substr(from, end - from);
+}
+
+void ConfigLexer::SkipTo(std::uint32_t offset) {
+  pos_ = offset;
+  lineStart_ = false;
 }

@@ -1,8 +1,10 @@
 // Splits a config text into tokens. Blanks and comments ("//" to the line end,
 // "/* */" across lines) separate tokens and are reported only through the
-// lineStart and spaceBefore flags, which the preprocessor needs to find
-// directives and to rebuild spellings. Strings end at their closing quote on
-// the same line; a doubled quote "" stands for a quote inside.
+// lineStart, spaceBefore and blanks fields, which the preprocessor needs to
+// find directives and to rebuild spellings. Strings, in double or single
+// quotes, end at their closing quote on the same line; a doubled quote ("" or
+// '') stands for a quote inside. Control bytes outside strings and comments
+// are refused: the text is taken to be binary.
 #pragma once
 
 #include <cstddef>
@@ -34,6 +36,13 @@ class ConfigLexer {
   std::string_view SkipLine(std::uint32_t* hashOffset);
   // Moves past the rest of the current line and its line end.
   void SkipRestOfLine();
+
+  // The rest of the current line from the next non-blank, without trailing
+  // blanks and without reading it; `nextLineStart` gets the first byte that
+  // is no blank or line end after the line, or 0 at the end of the text.
+  std::string_view PeekLine(std::uint32_t* startOffset, char* nextLineStart) const;
+  // Moves on to `offset` on the current line, passing over what lies before.
+  void SkipTo(std::uint32_t offset);
 
   bool AtEnd() const { return pos_ >= text_.size(); }
   std::uint32_t offset() const { return static_cast<std::uint32_t>(pos_); }

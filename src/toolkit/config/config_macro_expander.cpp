@@ -80,9 +80,35 @@ Token MacroExpander::Read() {
   return source_.ReadSourceToken();
 }
 
+Token MacroExpander::BuiltIn(const Token& use) {
+  Token t;
+  t.file = use.file;
+  t.offset = use.offset;
+  t.spaceBefore = use.spaceBefore;
+  t.fromMacro = true;
+  if (use.text == "__LINE__") {
+    t.kind = TokenKind::kNumber;
+    t.text = texts_.Store(std::to_string(source_.LineOf(use)));
+  } else {
+    std::string quoted = "\"";
+    for (char c : source_.FileOf(use)) {
+      if (c == '"') quoted += '"';
+      quoted += c;
+    }
+    t.kind = TokenKind::kString;
+    t.text = texts_.Store(quoted + '"');
+  }
+  Produced(1 + t.text.size() / 16, use);
+  return t;
+}
+
 bool MacroExpander::Expand(const Token& token) {
   const ConfigMacro* macro = Find(token);
-  if (!macro) return false;
+  if (!macro) {
+    if (token.kind != TokenKind::kIdent || token.text.size() != 8 || !IsBuiltIn(token.text)) return false;
+    pending_.push_back(BuiltIn(token));
+    return true;
+  }
   Tokens result;
   if (!macro->functionLike) {
     result = Substitute(*macro, token, {}, Add(token.hide, macro, token));
@@ -154,6 +180,14 @@ MacroExpander::Tokens MacroExpander::Substitute(const ConfigMacro& macro, const 
   auto stringizes = [&](std::size_t i) {
     return macro.functionLike && body[i].Is('#') && i + 1 < n && macro.paramOf[i + 1] >= 0;
   };
+  auto expandedArg = [&](int param) -> const Tokens& {
+    auto p = static_cast<std::size_t>(param);
+    if (!haveExpanded[p]) {
+      expanded[p] = ExpandArgument(args[p], use);
+      haveExpanded[p] = true;
+    }
+    return expanded[p];
+  };
   auto fromBody = [&](const Token& t) {
     Token copy = t;
     copy.file = use.file;
@@ -165,7 +199,7 @@ MacroExpander::Tokens MacroExpander::Substitute(const ConfigMacro& macro, const 
     CheckLength(out.size(), use);
     const Token& t = body[i];
     if (stringizes(i)) {
-      out.push_back(Stringize(args[static_cast<std::size_t>(macro.paramOf[i + 1])], use));
+      out.push_back(Stringize(expandedArg(macro.paramOf[i + 1]), use));
       ++i;
       continue;
     }
@@ -176,7 +210,7 @@ MacroExpander::Tokens MacroExpander::Substitute(const ConfigMacro& macro, const 
       ++i;
       Tokens right;
       if (stringizes(i)) {
-        right.push_back(Stringize(args[static_cast<std::size_t>(macro.paramOf[i + 1])], use));
+        right.push_back(Stringize(expandedArg(macro.paramOf[i + 1]), use));
         ++i;
       } else if (macro.paramOf[i] >= 0) {
         right = args[static_cast<std::size_t>(macro.paramOf[i])];
@@ -198,11 +232,8 @@ MacroExpander::Tokens MacroExpander::Substitute(const ConfigMacro& macro, const 
           out.insert(out.end(), args[p].begin(), args[p].end());
         }
       } else {
-        if (!haveExpanded[p]) {
-          expanded[p] = ExpandArgument(args[p], use);
-          haveExpanded[p] = true;
-        }
-        out.insert(out.end(), expanded[p].begin(), expanded[p].end());
+        const Tokens& arg = expandedArg(macro.paramOf[i]);
+        out.insert(out.end(), arg.begin(), arg.end());
       }
       continue;
     }
@@ -225,7 +256,10 @@ MacroExpander::Tokens MacroExpander::Substitute(const ConfigMacro& macro, const 
     t.lineStart = false;
     result.push_back(t);
   }
-  if (!result.empty()) result.front().spaceBefore = use.spaceBefore;
+  if (!result.empty()) {
+    result.front().spaceBefore = use.spaceBefore;
+    result.front().blanks = 0;  // its own blanks stand in the macro's definition
+  }
   Produced(result.size(), use);
   return result;
 }
@@ -257,11 +291,16 @@ MacroExpander::Tokens MacroExpander::ExpandArgument(const Tokens& arg, const Tok
 }
 
 Token MacroExpander::Stringize(const Tokens& arg, const Token& use) {
-  // The argument's spelling with single blanks where it had space, as one
-  // string; quotes inside are doubled, so it reads back as that spelling.
+  // The argument's own spelling as one string: the blanks between its
+  // tokens as written (one blank for a comment or a line end), none before
+  // or after it. Quotes inside are doubled, so it reads back as that spelling.
   std::string text = "\"";
   for (std::size_t i = 0; i < arg.size(); ++i) {
-    if (i > 0 && arg[i].spaceBefore) text += ' ';
+    if (i > 0 && arg[i].blanks > 0) {
+      text.append(arg[i].text.data() - arg[i].blanks, arg[i].blanks);
+    } else if (i > 0 && arg[i].spaceBefore) {
+      text += ' ';
+    }
     for (char c : arg[i].text) {
       if (c == '"') text += '"';
       text += c;

@@ -1,7 +1,9 @@
 // Macro table and expansion for the config preprocessor. Expansion follows
-// the C preprocessor: object-like and function-like macros, arguments
-// expanded before they are put in (except next to '#' and '##'), '#'
-// stringizing, '##' pasting, and rescanning of the result together with the
+// the C preprocessor with the game's differences: object-like and
+// function-like macros, arguments expanded before they are put in (except
+// next to '##'), '#' stringizing of the expanded argument with its own
+// spelling (blanks inside kept as written, none around it), '##' pasting,
+// __LINE__ and __FILE__, and rescanning of the result together with the
 // text that follows. Each token carries the set of macros it came out of, so
 // a macro is never expanded again inside its own expansion. Every expansion
 // counts against the limits, so self-feeding macros end with an error.
@@ -33,6 +35,8 @@ class ConfigTokenSource {
  public:
   virtual Token ReadSourceToken() = 0;
   virtual std::string Where(const Token& token) const = 0;
+  virtual int LineOf(const Token& token) const = 0;
+  virtual const std::string& FileOf(const Token& token) const = 0;
 
  protected:
   ~ConfigTokenSource() = default;
@@ -44,10 +48,12 @@ class MacroExpander {
 
   void Define(ConfigMacro macro);  // replaces a macro of the same name
   void Undefine(std::string_view name);
-  bool IsDefined(std::string_view name) const { return table_.count(name) != 0; }
+  bool IsDefined(std::string_view name) const { return table_.count(name) != 0 || IsBuiltIn(name); }
 
   // The next token: one waiting from an earlier expansion, else one from the source.
   Token Read();
+  // True when the next token comes straight from the source.
+  bool Idle() const { return pending_.empty() && !limited_; }
   // When `token` calls a macro, queues its expansion to be read next and
   // returns true. A function-like macro name without '(' after it is no call.
   bool Expand(const Token& token);
@@ -56,6 +62,8 @@ class MacroExpander {
   using Tokens = std::vector<Token>;
 
   const ConfigMacro* Find(const Token& token) const;
+  static bool IsBuiltIn(std::string_view name) { return name == "__LINE__" || name == "__FILE__"; }
+  Token BuiltIn(const Token& use);
   std::vector<Tokens> ReadArguments(const ConfigMacro& macro, const Token& use, Token* close);
   Tokens Substitute(const ConfigMacro& macro, const Token& use, const std::vector<Tokens>& args,
                     const HideSet* hide);

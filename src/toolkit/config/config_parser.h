@@ -4,16 +4,20 @@
 //   class Name { ... };   class Name: Base { ... };   class Name;   delete Name;
 //   name = value;   name[] = { value, { nested }, ... };   name[] += { ... };
 //
-// A value is a string, a number (with an optional sign) or a single word.
-// Names defined again in the same class: a property or array of the same
-// kind takes the new value (an array "+=" appends instead); a class may get
-// its body only once, but may be declared with "class Name;" before.
-// A base class is looked up where the class is defined: in the enclosing
-// class, then outwards to the top level; the class being defined is skipped,
-// so "class A: A" inside a class derives from an outer A.
-// "name[] += {...}" on an array that only a base class has starts from a
-// copy of the base's elements. "delete Name;" of a class that is not there
-// does nothing.
+// A value is a string (in double or single quotes) or a number (with an
+// optional sign); anything else up to the end of the value on its line
+// (data\a.p3d, a word no macro replaced) is read as text as written, with a
+// warning. Names defined again in the same class: a property or array of
+// the same kind takes the new value (an array "+=" appends instead); a
+// class may get its body only once, but may be declared with "class Name;"
+// before. "class Name;" in a class that inherits a class of that name only
+// refers to it. A base class is looked up where the class is defined: in the
+// enclosing class and the classes it inherits from, then outwards to the top
+// level; the class being defined is skipped, so "class A: A" inside a
+// derived class derives from the A of the base. "name[] += {...}" on an
+// array that only a base class has starts from a copy of the base's
+// elements. "delete Name;" removes the class's own class of that name and
+// hides an inherited one; of a class that is not there it does nothing.
 #pragma once
 
 #include <string>
@@ -39,13 +43,18 @@ class ConfigParser {
 
  private:
   void Advance();
-  void ParseBody(rap_entry* cls, const Token* open, const std::string& className, int depth);
+  struct OpenClass;
+  void ParseBody(rap_entry* cls, const OpenClass* open, int depth);
   void ParseClass(rap_entry* scope, int depth);
+  std::string ReadClassName(Token* nameToken);
+  void NoteClose(const OpenClass& open, const Token& close);
+  [[noreturn]] void FailUnclosed(const OpenClass& open, const Token& end) const;
   void ParseDelete(rap_entry* scope);
   void ParseMember(rap_entry* scope, int depth);
   void ParseArray(rap_entry* array, std::string_view arrayName, int depth);
   // `owner` and `ownerName` name the property or array in messages.
-  void ParseValue(GenString* value, const char* owner, std::string_view ownerName);
+  void ParseValue(rap_entry* entry, const char* owner, std::string_view ownerName, bool inArray);
+  void SetPlace(rap_entry* entry, const Token& at);
   std::string ReadName(const std::string& what);
   rap_entry* FindBase(std::string_view name, const rap_entry* defining);
   rap_entry* FindInherited(rap_entry* cls, std::string_view name);
@@ -60,5 +69,15 @@ class ConfigParser {
   const ConfigLimits& limits_;
   Token current_;
   std::vector<rap_entry*> scopes_;  // classes being read, outermost (the root) first
+  std::vector<const std::string*> fileNames_;  // by file id, for the places of entries
   std::string scratch_;
+  // The innermost class whose '}' stood left of its 'class' line: when the
+  // text ends with classes open, that class most likely lost its own '}'.
+  struct Misplaced {
+    std::string name;
+    std::string opened;  // where its 'class' stands
+    std::string closed;  // where the '}' that closed it stands
+    const void* within = nullptr;  // the open class it was read in
+  };
+  Misplaced misplaced_;
 };

@@ -28,6 +28,10 @@ std::string ConfigPreprocessor::Where(const Token& token) const {
   return sources_[token.file]->Describe(token.offset);
 }
 
+int ConfigPreprocessor::LineOf(const Token& token) const { return sources_[token.file]->LineOf(token.offset); }
+
+const std::string& ConfigPreprocessor::FileOf(const Token& token) const { return sources_[token.file]->path(); }
+
 void ConfigPreprocessor::OpenFile(const std::string& path) {
   std::string error;
   auto source = ConfigSource::FromFile(path, limits_.maxFileBytes, &error);
@@ -80,6 +84,39 @@ bool ConfigPreprocessor::LeaveFile() {
   return true;
 }
 
+namespace {
+
+bool LooksExported(std::string_view name) {
+  if (name.rfind("AObject_", 0) == 0) return true;
+  if (name.rfind("Object", 0) != 0) return false;
+  std::size_t digits = 6;
+  while (digits < name.size() && name[digits] >= '0' && name[digits] <= '9') ++digits;
+  return digits > 6 && digits < name.size() && name[digits] == '_';
+}
+
+}  // namespace
+
+Token ConfigPreprocessor::PeekExportedClassName() const {
+  Token name;
+  if (!expander_.Idle()) return name;
+  const Frame& frame = frames_.back();
+  char next = 0;
+  std::string_view line = frame.lexer.PeekLine(&name.offset, &next);
+  if (next != '{' || !LooksExported(line) || line.find(' ') != std::string_view::npos ||
+      line.find("//") != std::string_view::npos || line.find("/*") != std::string_view::npos) {
+    return name;
+  }
+  name.kind = TokenKind::kIdent;
+  name.text = line;
+  name.file = frame.fileId;
+  name.spaceBefore = true;
+  return name;
+}
+
+void ConfigPreprocessor::TakeExportedClassName(const Token& name) {
+  frames_.back().lexer.SkipTo(name.offset + static_cast<std::uint32_t>(name.text.size()));
+}
+
 Token ConfigPreprocessor::LineToken() {
   ConfigLexer& lexer = frames_.back().lexer;
   std::uint32_t before = lexer.offset();
@@ -91,6 +128,9 @@ Token ConfigPreprocessor::LineToken() {
   }
   Token t = lexer.Next();
   t.spaceBefore = t.offset != before;
+  std::string_view text = frames_.back().source->text();
+  std::size_t gap = t.offset - before;
+  t.blanks = gap <= 0xFFFF && text.find_first_not_of(" \t", before) == t.offset ? static_cast<std::uint16_t>(gap) : 0;
   return t;
 }
 

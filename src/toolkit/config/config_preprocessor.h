@@ -33,6 +33,22 @@ class ConfigPreprocessor : private ConfigTokenSource {
 
   // "file:line:col" of a token.
   std::string Where(const Token& token) const override;
+  int LineOf(const Token& token) const override;
+  const std::string& FileOf(const Token& token) const override;
+  void LineAndColumn(const Token& token, int* line, int* column) const {
+    sources_[token.file]->LineAndColumn(token.offset, line, column);
+  }
+
+  // The name after a 'class' keyword just read from the text, when the rest
+  // of its line is a class name as the template export writes them: it
+  // starts "Object<id>_" or "AObject_", holds no space or comment, and the
+  // next line starts with '{'. Such names are made from model and object
+  // names and may hold any byte but a line end, quotes and marks of the
+  // syntax included. Returns a name token (not yet read past), or a kEnd
+  // token when the line is not such a name.
+  Token PeekExportedClassName() const;
+  // Reads past the name PeekExportedClassName gave.
+  void TakeExportedClassName(const Token& name);
 
  private:
   struct Conditional {

@@ -75,3 +75,10 @@ rap_entry* Tovisk::rap_get_class(const char* name) {
 }
 
 rap_entry* Tovisk::rap_get_root() { return tree_ ? tree_->root() : nullptr; }
+
+const std::vector<std::string>& Tovisk::Warnings() const {
+  static const std::vector<std::string> none;
+  return tree_ ? tree_->warnings() : none;
+}
+
+std::size_t Tovisk::WarningCount() const { return tree_ ? tree_->warningCount() : 0; }

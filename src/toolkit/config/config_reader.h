@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "config/config_limits.h"
 #include "config/rap_entry.h"
@@ -36,6 +37,12 @@ class Tovisk {
   // The message of the last failure when `code` is its status, otherwise a
   // general text for the code. Valid until the next call on this reader.
   const char* ErrorString(int code);
+
+  // Warnings of the last successful read ("file:line:col: warning: ..."):
+  // text read, but probably not as meant. At most ConfigTree::kMaxWarnings
+  // are kept; WarningCount counts them all.
+  const std::vector<std::string>& Warnings() const;
+  std::size_t WarningCount() const;
 
   // The top-level class of that name (ASCII case ignored), or null.
   rap_entry* rap_get_class(const char* name);

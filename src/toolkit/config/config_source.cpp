@@ -19,12 +19,11 @@ std::string TooLarge(std::size_t maxBytes) {
   return "file is too large (more than " + std::to_string(maxBytes) + " bytes)";
 }
 
-// Control bytes other than blanks and line ends mean the input is not text.
-bool IsBinaryByte(unsigned char c) {
-  if (c == 0x7F) return true;
-  if (c >= 0x20) return false;
-  return c != '\t' && c != '\n' && c != '\r' && c != '\f' && c != '\v';
+bool IsControlByte(unsigned char c) {
+  return c == 0x7F || (c < 0x20 && c != '\t' && c != '\n' && c != '\r' && c != '\f' && c != '\v');
 }
+
+bool IsBlankOrLineEnd(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v'; }
 
 }  // namespace
 
@@ -32,7 +31,9 @@ ConfigSource::ConfigSource(std::string path, std::string bytes)
     : path_(std::move(path)), text_(std::move(bytes)) {
   bytesRead_ = text_.size();
   if (text_.size() >= 3 && text_.compare(0, 3, "\xEF\xBB\xBF") == 0) text_.erase(0, 3);
+  DropEndMark();
   CheckBytes();
+  MarkCarriageReturnLineEnds();
   JoinContinuedLines();
 }
 
@@ -96,16 +97,33 @@ std::unique_ptr<ConfigSource> ConfigSource::FromBuffer(const std::string& name,
   return std::unique_ptr<ConfigSource>(new ConfigSource(name, std::string(bytes)));
 }
 
+void ConfigSource::DropEndMark() {
+  // Old editors end a text with Ctrl-Z; blanks may follow it. A Ctrl-Z
+  // anywhere else stays (names made from 8-bit text can hold one).
+  std::size_t end = text_.size();
+  while (end > 0 && (IsBlankOrLineEnd(text_[end - 1]) || text_[end - 1] == '\x1A')) --end;
+  std::size_t mark = text_.find('\x1A', end);
+  if (mark != std::string::npos) text_.resize(mark);
+}
+
 void ConfigSource::CheckBytes() const {
-  const auto* p = reinterpret_cast<const unsigned char*>(text_.data());
-  std::size_t n = text_.size();
-  for (std::size_t i = 0; i < n; ++i) {
-    if (IsBinaryByte(p[i])) {
-      char hex[8];
-      std::snprintf(hex, sizeof hex, "0x%02X", p[i]);
-      throw ConfigError(status::kConfigSyntax,
-                        Describe(i) + ": unexpected byte " + hex + ": this is not a text file");
-    }
+  // A zero byte never occurs in text. Other control bytes may, inside strings
+  // and names; the lexer refuses them anywhere else.
+  std::size_t zero = text_.find('\0');
+  if (zero == std::string::npos) return;
+  // Named by its first control byte, which may come before the zero.
+  std::size_t at = 0;
+  while (at < zero && !IsControlByte(static_cast<unsigned char>(text_[at]))) ++at;
+  char hex[8];
+  std::snprintf(hex, sizeof hex, "0x%02X", static_cast<unsigned char>(text_[at]));
+  throw ConfigError(status::kConfigSyntax, Describe(at) + ": unexpected byte " + hex + ": this is not a text file");
+}
+
+void ConfigSource::MarkCarriageReturnLineEnds() {
+  // A carriage return without a line feed after it ends a line (texts from
+  // old Macintosh editors). It becomes a line feed in place, so offsets stay.
+  for (std::size_t p = text_.find('\r'); p != std::string::npos; p = text_.find('\r', p + 1)) {
+    if (p + 1 == text_.size() || text_[p + 1] != '\n') text_[p] = '\n';
   }
 }
 
@@ -145,15 +163,16 @@ std::size_t ConfigSource::OriginalOffset(std::size_t offset) const {
 
 void ConfigSource::Locate(std::size_t offset, int* line, int* column) const {
   const std::string& layout = original_.empty() ? text_ : original_;
-  std::size_t at = std::min(OriginalOffset(offset), layout.size());
-  auto begin = layout.begin();
-  *line = 1 + static_cast<int>(std::count(begin, begin + static_cast<std::ptrdiff_t>(at), '\n'));
-  std::size_t lineStart = 0;
-  if (at > 0) {
-    std::size_t newline = layout.rfind('\n', at - 1);
-    if (newline != std::string::npos) lineStart = newline + 1;
+  if (lineStarts_.empty()) {
+    // Made once: messages and entry places are looked up many times.
+    lineStarts_.push_back(0);
+    for (std::size_t p = layout.find('\n'); p != std::string::npos; p = layout.find('\n', p + 1))
+      lineStarts_.push_back(p + 1);
   }
-  *column = static_cast<int>(at - lineStart) + 1;
+  std::size_t at = std::min(OriginalOffset(offset), layout.size());
+  auto next = std::upper_bound(lineStarts_.begin(), lineStarts_.end(), at);
+  *line = static_cast<int>(next - lineStarts_.begin());
+  *column = static_cast<int>(at - *std::prev(next)) + 1;
 }
 
 std::string ConfigSource::Describe(std::size_t offset) const {

@@ -1,5 +1,6 @@
 // One config text as the lexer reads it: the bytes of a file or of a buffer,
-// with a leading UTF-8 byte-order mark dropped and every backslash at a line
+// with a leading UTF-8 byte-order mark and a trailing Ctrl-Z dropped, a
+// carriage return alone taken as a line end, and every backslash at a line
 // end removed together with that line end (line continuation). It remembers
 // the original layout so that an offset into the joined text can be named by
 // the line and column the user sees in an editor.
@@ -17,7 +18,7 @@ class ConfigSource {
   // Reads a whole file in large blocks. Returns null and sets `error` (the
   // reason, without the file name) when the file cannot be opened or read, is
   // a folder, or holds more than `maxBytes` bytes. Throws ConfigError when the
-  // content is binary (a NUL or another control byte).
+  // content is binary (a zero byte).
   static std::unique_ptr<ConfigSource> FromFile(const std::string& path, std::size_t maxBytes,
                                                 std::string* error);
   // The same for bytes already in memory; `name` stands for the file in messages.
@@ -32,6 +33,7 @@ class ConfigSource {
   // columns in bytes.
   std::string Describe(std::size_t offset) const;
   int LineOf(std::size_t offset) const;
+  void LineAndColumn(std::size_t offset, int* line, int* column) const { Locate(offset, line, column); }
 
  private:
   struct Splice {
@@ -40,7 +42,9 @@ class ConfigSource {
   };
 
   ConfigSource(std::string path, std::string bytes);
+  void DropEndMark();
   void CheckBytes() const;
+  void MarkCarriageReturnLineEnds();
   void JoinContinuedLines();
   std::size_t OriginalOffset(std::size_t offset) const;
   void Locate(std::size_t offset, int* line, int* column) const;
@@ -49,5 +53,6 @@ class ConfigSource {
   std::string text_;
   std::string original_;  // the text before joining; empty when nothing was joined
   std::vector<Splice> splices_;
+  mutable std::vector<std::size_t> lineStarts_;  // offsets in the layout the user sees
   std::size_t bytesRead_ = 0;
 };

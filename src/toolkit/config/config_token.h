@@ -24,7 +24,7 @@ enum class TokenKind : std::uint8_t {
   kEnd,          // end of the file (or of a macro argument being expanded)
   kIdent,        // letters, digits, '_' and bytes from 0x80 up; not starting with a digit
   kNumber,       // starts with a digit or ".digit"; checked by the parser
-  kString,       // "..." with "" for a quote inside; text keeps the quotes
+  kString,       // "..." with "" for a quote inside, or '...' with ''; text keeps the quotes
   kPunct,        // one character, or "##" or "+="
   kPlacemarker,  // an empty macro argument next to "##"; never leaves the expander
 };
@@ -38,6 +38,11 @@ struct Token {
   bool lineStart = false;    // first token of its line
   bool spaceBefore = false;  // blanks or a comment before it
   bool fromMacro = false;    // made by a macro expansion
+  // Spaces and tabs right before the token in its text (the bytes just before
+  // text.data()) when nothing else stands between it and the token before;
+  // 0 otherwise, spaceBefore then tells whether it was set apart. Lets a
+  // stringized argument keep the blanks as written.
+  std::uint16_t blanks = 0;
 
   bool Is(char c) const { return kind == TokenKind::kPunct && text.size() == 1 && text[0] == c; }
   bool IsPunct(std::string_view p) const { return kind == TokenKind::kPunct && text == p; }

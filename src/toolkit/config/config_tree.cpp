@@ -81,3 +81,13 @@ bool ConfigTree::CopyElements(const rap_entry* from, rap_entry* to, std::size_t 
   }
   return true;
 }
+
+const std::string* ConfigTree::FileName(const std::string& name) {
+  // Entries come file by file, so the last name is nearly always the one.
+  if (fileNames_.empty() || fileNames_.back() != name) fileNames_.push_back(name);
+  return &fileNames_.back();
+}
+
+void ConfigTree::Warn(std::string text) {
+  if (++warningCount_ <= kMaxWarnings) warnings_.push_back(std::move(text));
+}

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <deque>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -37,6 +38,24 @@ class ConfigTree {
   // Entries made so far, unlinked ones and copies included.
   std::size_t entries() const { return made_; }
 
+  // Where an entry was read; `file` is kept by the tree (see FileName).
+  static void SetPlace(rap_entry* entry, const std::string* file, int line, int column) {
+    entry->file_ = file;
+    entry->line_ = static_cast<std::uint32_t>(line);
+    entry->column_ = static_cast<std::uint32_t>(column);
+  }
+  // A lasting copy of a file name for the places of entries.
+  const std::string* FileName(const std::string& name);
+  // Records "delete Name;" of an inherited entry in `cls`.
+  static void MarkDeleted(rap_entry* cls, std::string_view name) { cls->data_->deleted.push_back(FoldConfigName(name)); }
+
+  // Warnings about text that was read but probably not as meant, each with
+  // its place; the first kMaxWarnings are kept, the rest only counted.
+  static constexpr std::size_t kMaxWarnings = 100;
+  void Warn(std::string text);
+  const std::vector<std::string>& warnings() const { return warnings_; }
+  std::size_t warningCount() const { return warningCount_; }
+
   void SetBase(rap_entry* cls, rap_entry* base) { cls->data_->base = base; }
   void MarkBody(rap_entry* cls) { cls->data_->hasBody = true; }
   static bool HasBody(const rap_entry* cls) { return cls->data_ && cls->data_->hasBody; }
@@ -50,5 +69,8 @@ class ConfigTree {
   std::size_t used_ = 0;
   std::size_t made_ = 0;
   std::deque<rap_entry::ClassData> classData_;
+  std::deque<std::string> fileNames_;
+  std::vector<std::string> warnings_;
+  std::size_t warningCount_ = 0;
   rap_entry* root_;
 };

@@ -50,13 +50,14 @@ std::string ConfigNumberText(std::string_view spelling, bool negative) {
 }
 
 std::string_view ConfigStringText(std::string_view spelling, std::string* scratch) {
+  const char mark = spelling[0];  // '"' or '\''
   std::string_view inner = spelling.substr(1, spelling.size() - 2);
-  std::size_t quote = inner.find('"');
+  std::size_t quote = inner.find(mark);
   if (quote == std::string_view::npos) return inner;
   scratch->assign(inner.substr(0, quote));
   for (std::size_t i = quote; i < inner.size(); ++i) {
     *scratch += inner[i];
-    if (inner[i] == '"') ++i;  // the lexer only lets quotes through in pairs
+    if (inner[i] == mark) ++i;  // the lexer only lets quotes through in pairs
   }
   return *scratch;
 }

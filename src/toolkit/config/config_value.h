@@ -14,7 +14,7 @@
 // The text kept for a number token's spelling, negated when `negative`.
 std::string ConfigNumberText(std::string_view spelling, bool negative);
 
-// The content of a string token's spelling: without the quotes and with ""
-// read as one quote. Returns a view into the spelling when there is nothing
+// The content of a string token's spelling: without the quotes and with a
+// doubled quote ("" or '', as the string's own) read as one. Returns a view into the spelling when there is nothing
 // to unescape, and otherwise a view of `scratch`, which it fills.
 std::string_view ConfigStringText(std::string_view spelling, std::string* scratch);

@@ -50,6 +50,19 @@ rap_entry* rap_entry::FindOwn(std::string_view name) {
   return nullptr;
 }
 
+bool rap_entry::rpe_deletes(std::string_view name) const {
+  if (!data_ || data_->deleted.empty()) return false;
+  std::string folded = FoldConfigName(name);
+  for (const std::string& d : data_->deleted)
+    if (d == folded) return true;
+  return false;
+}
+
+std::string rap_entry::rpe_where() const {
+  if (!file_) return {};
+  return *file_ + ":" + std::to_string(line_) + ":" + std::to_string(column_);
+}
+
 rap_entry* rap_entry::rpe_get_class(const char* name) {
   if (!name) {
     for (rap_entry* e = first_; e; e = e->next_) {
@@ -61,6 +74,7 @@ rap_entry* rap_entry::rpe_get_class(const char* name) {
   for (int depth = 0; cls && depth < kMaxBaseDepth; ++depth) {
     rap_entry* found = cls->FindOwn(name);
     if (found && found->IsClass()) return found;
+    if (cls->rpe_deletes(name)) return nullptr;
     cls = cls->rpe_get_base();
   }
   return nullptr;
@@ -82,6 +96,7 @@ rap_entry* rap_entry::rpe_get_entry(const char* name, int limit) {
     for (rap_entry* e = cls->first_; e && budget > 0; e = e->next_, --budget) {
       if (SameName(e->name, wanted)) return e;
     }
+    if (cls->rpe_deletes(wanted)) return nullptr;
     cls = cls->rpe_get_base();
   }
   return nullptr;

@@ -7,7 +7,8 @@
 // Names are matched without regard to ASCII case, as the game does. A class
 // may name a base class; lookups by name (rpe_get_entry, rpe_get_class with a
 // name) that find nothing in the class itself go on in its base, and that
-// base's base. Walking the children shows only the class's own entries.
+// base's base, unless a class on the way deleted that name ("delete Name;").
+// Walking the children shows only the class's own entries.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +16,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "text/gen_string.h"
 
@@ -54,6 +56,12 @@ class rap_entry {
   int get_count() const { return static_cast<int>(count_); }
   // True for a class written only as "class Name;" and never given a body.
   bool IsDeclaredOnly() const { return data_ && !data_->hasBody; }
+  // True when this class removed an inherited entry of that name with
+  // "delete Name;": its bases' entries of that name are not its own.
+  bool rpe_deletes(std::string_view name) const;
+  // Where the entry was read, "file:line:col": the name of a class or array,
+  // the value of a property or element. Empty for the root.
+  std::string rpe_where() const;
 
  private:
   friend class ConfigTree;
@@ -64,6 +72,7 @@ class rap_entry {
     // Children by case-folded name, made on the first lookup in a large class
     // so that reading a class of thousands of classes stays linear.
     std::unique_ptr<std::unordered_map<std::string, rap_entry*>> index;
+    std::vector<std::string> deleted;  // inherited names removed here, case-folded
   };
 
   rap_entry() = default;
@@ -75,6 +84,9 @@ class rap_entry {
   rap_entry* first_ = nullptr;
   rap_entry* last_ = nullptr;
   ClassData* data_ = nullptr;  // classes only; owned by the tree
+  const std::string* file_ = nullptr;  // owned by the tree
+  std::uint32_t line_ = 0;
+  std::uint32_t column_ = 0;
   std::uint32_t count_ = 0;
   Kind kind_ = Kind::kValue;
 };

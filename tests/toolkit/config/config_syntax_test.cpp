@@ -57,8 +57,17 @@ TEST(ConfigSyntax, ValueTexts) {
   struct Case {
     const char* written;
     const char* kept;
+    bool warned = false;  // neither quoted nor a number
   };
   const Case cases[] = {
+      {"'single'", "single"},
+      {"'it''s \"x\"'", "it's \"x\""},
+      {"data\\a.p3d", "data\\a.p3d", true},
+      {"\\ca\\house 2.p3d", "\\ca\\house 2.p3d", true},
+      {"1 2", "1 2", true},
+      {"-x", "-x", true},
+      {"o'neil", "o'neil", true},
+      {"\"a\x01b\"", "a\x01b"},  // control bytes inside strings
       {"\"plain\"", "plain"},
       {"\"say \"\"hi\"\"\"", "say \"hi\""},
       {"\"\"", ""},
@@ -83,13 +92,19 @@ TEST(ConfigSyntax, ValueTexts) {
       {".5", ".5"},
       {"1e+10", "1e+10"},
       {"- 1.25", "-1.25"},
-      {"ARTIFICIAL", "ARTIFICIAL"},  // an unknown word is kept as its text
+      {"ARTIFICIAL", "ARTIFICIAL", true},  // a word no macro replaced
       {"3dModel", "3dModel"},
   };
   for (const Case& c : cases) {
     Tovisk reader;
     ASSERT_EQ(ParseText(reader, std::string("v = ") + c.written + ";"), 0) << c.written << ": " << reader.ErrorString(1);
     EXPECT_EQ(ValueAt(reader, "", "v"), c.kept) << c.written;
+    std::vector<std::string> warned;
+    if (c.warned) {
+      warned.push_back(std::string("lib.txt:1:5: warning: value '") + c.kept +
+                       "' of property 'v' is neither quoted nor a number: read as text");
+    }
+    EXPECT_EQ(reader.Warnings(), warned) << c.written;
   }
 }
 
@@ -194,6 +209,36 @@ TEST(ConfigSyntax, DeleteRemovesAClassOfTheEnclosingClass) {
   rap_entry* b = reader.rap_get_class("B");
   ASSERT_NE(b, nullptr);
   EXPECT_EQ(ChildNames(b->rpe_get_base()), (Names{"Y", "v"})) << "a deleted base stays readable";
+}
+
+TEST(ConfigSyntax, DerivedClassesDeleteDeclareAndExtendInheritedClasses) {
+  Tovisk reader;
+  ASSERT_EQ(ParseText(reader,
+                      "class Base { class Objects { class G { n = 1; }; }; class Frames { }; class Gone { }; };\n"
+                      "class Derived: Base {\n"
+                      "  class Objects: Objects { class R { n = 2; }; };\n"
+                      "  class Frames;\n"
+                      "  delete Gone;\n"
+                      "};\n"
+                      "class Leaf: Derived { delete Objects; };\n"),
+            0)
+      << reader.ErrorString(1);
+  rap_entry* base = reader.rap_get_class("Base");
+  rap_entry* derived = reader.rap_get_class("Derived");
+  rap_entry* objects = derived->rpe_get_class("Objects");
+  ASSERT_NE(objects, nullptr);
+  EXPECT_EQ(objects->rpe_get_base(), base->rpe_get_class("Objects")) << "the base's Objects";
+  EXPECT_EQ(ValueAt(reader, "Derived/Objects/G", "n"), "1");
+  EXPECT_EQ(ValueAt(reader, "Derived/Objects/R", "n"), "2");
+  EXPECT_EQ(ChildNames(derived), (Names{"Objects"})) << "the declaration refers to the inherited Frames";
+  EXPECT_EQ(derived->rpe_get_class("Frames"), base->rpe_get_class("Frames"));
+  EXPECT_EQ(derived->rpe_get_class("Gone"), nullptr);
+  EXPECT_TRUE(derived->rpe_deletes("gone"));
+  EXPECT_NE(base->rpe_get_class("Gone"), nullptr) << "the base keeps it";
+  EXPECT_EQ(reader.rap_get_class("Leaf")->rpe_get_class("Objects"), nullptr);
+  EXPECT_EQ(reader.rap_get_class("Leaf")->rpe_get_entry("Objects", 1000), nullptr);
+  EXPECT_EQ(ValueAt(reader, "Derived/Objects/G", "n"), "1");
+  EXPECT_EQ(objects->rpe_where(), "lib.txt:3:9");
 }
 
 TEST(ConfigSyntax, LookupsIgnoreCaseAndHonourTheLimit) {
