@@ -26,6 +26,9 @@ bool toStandardError(const char* format, ...) {
 
 std::string shown(const std::string& name) { return utfConvertors::convert_if_local_codepage(name.c_str()); }
 
+// "1 object", "2 objects".
+std::string objects(std::uint64_t n) { return std::to_string(n) + (n == 1 ? " object" : " objects"); }
+
 int usage() {
   std::fputs("usage: vorlan-map project[.pew] [picture.png]\n"
              "draws the project's elevation grid and objects as a PNG picture, north up\n"
@@ -94,10 +97,10 @@ int runMap(int argc, char** argv) {
 
   if (int status = writePicture(picture, pictureName, projectFile)) return status;
   if (dots.deleted != 0 || dots.outside != 0)
-    std::fprintf(stderr, "not drawn: %llu deleted objects, %llu objects outside the grid\n",
-                 static_cast<unsigned long long>(dots.deleted), static_cast<unsigned long long>(dots.outside));
-  std::fprintf(stderr, "%s: %u x %u pixels, %g metres per pixel, %llu objects drawn\n", shown(pictureName).c_str(),
+    std::fprintf(stderr, "not drawn: %s deleted, %s outside the grid\n", objects(dots.deleted).c_str(),
+                 objects(dots.outside).c_str());
+  std::fprintf(stderr, "%s: %u x %u pixels, %g metres per pixel, %s drawn\n", shown(pictureName).c_str(),
                picture.width, picture.height, static_cast<double>(spacing) * picture.factor,
-               static_cast<unsigned long long>(dots.drawn));
+               objects(dots.drawn).c_str());
   return 0;
 }

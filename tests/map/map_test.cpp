@@ -73,7 +73,7 @@ TEST(Map, DrawsGroundAndObjectsNorthUp) {
 
   Outcome run = runWith({dir.file("map")});  // the picture goes beside the project
   EXPECT_EQ(run.status, 0) << run.errors;
-  EXPECT_EQ(run.errors, "not drawn: 1 deleted objects, 2 objects outside the grid\n" + dir.file("map.png") +
+  EXPECT_EQ(run.errors, "not drawn: 1 object deleted, 2 objects outside the grid\n" + dir.file("map.png") +
                             ": 4 x 3 pixels, 10 metres per pixel, 5 objects drawn\n");
   Picture p = readPng(dir.file("map.png"));
   ASSERT_EQ(p.width, 4u);
