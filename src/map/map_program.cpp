@@ -96,9 +96,10 @@ int runMap(int argc, char** argv) {
   project.Close();  // the project's memory is not needed for writing
 
   if (int status = writePicture(picture, pictureName, projectFile)) return status;
-  if (dots.deleted != 0 || dots.outside != 0)
-    std::fprintf(stderr, "not drawn: %s deleted, %s outside the grid\n", objects(dots.deleted).c_str(),
-                 objects(dots.outside).c_str());
+  std::string skipped;
+  if (dots.deleted != 0) skipped = objects(dots.deleted) + " deleted";
+  if (dots.outside != 0) skipped += (skipped.empty() ? "" : ", ") + objects(dots.outside) + " outside the grid";
+  if (!skipped.empty()) std::fprintf(stderr, "not drawn: %s\n", skipped.c_str());
   std::fprintf(stderr, "%s: %u x %u pixels, %g metres per pixel, %s drawn\n", shown(pictureName).c_str(),
                picture.width, picture.height, static_cast<double>(spacing) * picture.factor,
                objects(dots.drawn).c_str());
