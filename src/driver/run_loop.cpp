@@ -5,7 +5,7 @@
 #include "console.h"
 #include "elevations/elevation_export.h"
 #include "elevations/elevation_import.h"
-#include "file_tree.h"
+#include "system/file_tree.h"
 #include "objects/object_export.h"
 #include "objects/object_import.h"
 #include "objects/object_maintenance.h"

@@ -10,9 +10,9 @@
 #include <string_view>
 #include <vector>
 
-#include "file_string.h"
+#include "system/file_string.h"
 #include "height_text.h"
-#include "utf_convertors.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

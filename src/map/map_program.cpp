@@ -6,13 +6,13 @@
 #include <cstring>
 #include <string>
 
-#include "export_file.h"
-#include "file_string.h"
 #include "object_dots.h"
 #include "png_file.h"
+#include "project/vorlan.h"
 #include "relief.h"
-#include "utf_convertors.h"
-#include "vorlan.h"
+#include "system/export_file.h"
+#include "system/file_string.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

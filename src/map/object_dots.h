@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "picture.h"
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 // Dot colours of objects whose template sets no object colour, by the
 // template's object type; unknown types are drawn as artificial, objects

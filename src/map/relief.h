@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "picture.h"
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 // The longest side of a picture; larger grids are averaged down.
 constexpr std::uint32_t kLargestPictureSide = 4096;

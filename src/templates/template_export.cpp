@@ -8,8 +8,8 @@
 
 #include "driver/console.h"
 #include "driver/program_entry.h"
-#include "file_string.h"
-#include "utf_convertors.h"
+#include "system/file_string.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "fixture_builder.h"
-#include "map_program.h"
-#include "object_dots.h"
-#include "relief.h"
+#include "map/map_program.h"
+#include "map/object_dots.h"
+#include "map/relief.h"
 #include "stream_capture.h"
 #include "temp_dir.h"
 

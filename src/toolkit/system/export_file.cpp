@@ -1,0 +1,116 @@
+#include "system/export_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+#include "system/file_string.h"
+
+namespace {
+
+bool sameFile(const struct stat& info, const char* other) {
+  struct stat otherInfo;
+  return other && *other && stat(other, &otherInfo) == 0 && otherInfo.st_dev == info.st_dev &&
+         otherInfo.st_ino == info.st_ino;
+}
+
+// The file a name leads to once symbolic links are followed; the name
+// itself when that cannot be worked out.
+std::string resolved(const char* name) {
+  char buffer[PATH_MAX];
+  return realpath(name, buffer) ? std::string(buffer) : std::string(name);
+}
+
+// A name beside `target` that nothing holds yet.
+std::string temporaryNameFor(const std::string& target) {
+  std::size_t slash = target.rfind('/');
+  std::string folder = slash == std::string::npos ? "" : target.substr(0, slash + 1);
+  std::string base = folder + "." + target.substr(folder.size()) + ".tmp-" + std::to_string(getpid());
+  std::string name = base;
+  struct stat info;
+  for (int counter = 2; lstat(name.c_str(), &info) == 0; ++counter) name = base + "-" + std::to_string(counter);
+  return name;
+}
+
+// Has the system put the file's data on disk before the rename makes it the
+// target; returns 0 or the errno of the failure.
+int syncFile(const std::string& name) {
+  int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return errno;
+  int error = 0;
+  while (::fsync(fd) != 0) {
+    if (errno != EINTR) {
+      error = errno;
+      break;
+    }
+  }
+  ::close(fd);
+  return error;
+}
+
+// Makes the rename itself durable; best effort, as the file is in place.
+void syncFolderOf(const std::string& target) {
+  std::size_t slash = target.rfind('/');
+  std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : target.substr(0, slash);
+  int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  ::fsync(fd);
+  ::close(fd);
+}
+
+}  // namespace
+
+ExportFile::~ExportFile() {
+  if (stream_) finish(false);
+}
+
+ExportFile::OpenResult ExportFile::open(const char* name, const char* projectFile) {
+  if (stream_) finish(false);
+  struct stat info;
+  bool exists = stat(name, &info) == 0;
+  if (exists && sameFile(info, projectFile)) return OpenResult::IsProject;
+
+  if (!exists || S_ISREG(info.st_mode)) {
+    target_ = exists ? resolved(name) : std::string(name);
+    std::string temporary = temporaryNameFor(target_);
+    stream_ = FileStringA::fs_CreateTextFile(temporary.c_str(), 1);
+    if (stream_) {
+      temporary_ = temporary;
+      if (exists) chmod(temporary_.c_str(), info.st_mode & 07777);  // the file keeps its permissions
+      return OpenResult::Opened;
+    }
+  }
+
+  // A device or pipe, or a folder that takes no temporary file: write the
+  // name itself.
+  stream_ = FileStringA::fs_CreateTextFile(name, 1);
+  if (!stream_) return OpenResult::CannotCreate;
+  target_ = name;
+  created_ = !exists;
+  return OpenResult::Opened;
+}
+
+int ExportFile::finish(bool keep) {
+  int error = 0;
+  if (stream_) {
+    errno = 0;
+    if (std::fclose(stream_) != 0) error = errno ? errno : EIO;
+    stream_ = nullptr;
+  }
+  if (keep && error == 0 && !temporary_.empty()) {
+    error = syncFile(temporary_);
+    if (error == 0 && std::rename(temporary_.c_str(), target_.c_str()) != 0) error = errno;
+    if (error == 0) syncFolderOf(target_);
+  }
+  if (!keep || error != 0) {
+    if (!temporary_.empty()) unlink(temporary_.c_str());
+    else if (created_) unlink(target_.c_str());
+  }
+  temporary_.clear();
+  created_ = false;
+  return error;
+}
