@@ -20,6 +20,7 @@ ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 # name, options, text file (None, "out" for an output, or a file to import
 # made by an earlier action), whether the action changes the project.
+# Options None run vorlan-map instead of vorlan.
 ACTIONS = [
     ("statistics", [], None, False),
     ("list-templates", ["-LT"], None, False),
@@ -42,6 +43,7 @@ ACTIONS = [
     ("reduce-all", ["-ROTY"], None, True),
     ("delete-objects", ["-DOY"], None, True),
     ("delete-templates", ["-DTY"], None, True),
+    ("map", None, "out:map.png", False),
 ]
 
 
@@ -72,8 +74,9 @@ def main():
     args = ap.parse_args()
 
     tool = os.path.join(args.build, "src", "vorlan")
+    map_tool = os.path.join(args.build, "src", "vorlan-map")
     maker = os.path.join(args.build, "bench", "make_project")
-    for exe in (tool, maker):
+    for exe in (tool, map_tool, maker):
         if not os.access(exe, os.X_OK):
             sys.exit(f"{exe} is missing: build first (cmake --build {args.build})")
     os.makedirs(args.work, exist_ok=True)
@@ -90,6 +93,9 @@ def main():
     print(f"{'action':20} {'seconds':>8} {'MB/s pew':>9} {'x cat':>6} {'MB/s out':>10} {'peak MB':>8} {'peak/file':>9} status")
 
     only = set(filter(None, args.only.split(",")))
+    if "map" in only:
+        only.add("statistics")  # the map's time is given as a ratio to it
+    statistics_seconds = None
     for name, options, text, changes in ACTIONS:
         if only and name not in only:
             continue
@@ -97,7 +103,7 @@ def main():
         if changes:
             target = os.path.join(args.work, "copy.pew")
             shutil.copyfile(project, target)
-        cmd = [tool] + options
+        cmd = [tool] + options if options is not None else [map_tool]
         text_path = None
         if text:
             kind, file = text.split(":")
@@ -120,8 +126,15 @@ def main():
             output = os.path.splitext(target)[0] + ".wrp"  # the world goes beside the project
         if output and os.path.exists(output):
             text_rate = f"{mb(os.path.getsize(output)) / seconds:10.0f}"
+        # The map is measured against the statistics of the same run: both
+        # read the whole project and write little.
+        versus = ""
+        if name == "statistics":
+            statistics_seconds = seconds
+        elif name == "map" and statistics_seconds:
+            versus = f"  {seconds / statistics_seconds:.2f} x statistics"
         print(f"{name:20} {seconds:8.3f} {mb(size) / seconds:9.0f} {seconds / cat_seconds:6.1f} "
-              f"{text_rate:>10} {peak_kib / 1024:8.0f} {peak_kib * 1024 / size:9.2f} {code}")
+              f"{text_rate:>10} {peak_kib / 1024:8.0f} {peak_kib * 1024 / size:9.2f} {code}{versus}")
 
 
 if __name__ == "__main__":

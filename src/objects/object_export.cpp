@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "export_file.h"
+#include "system/export_file.h"
 #include "system/file_string.h"
 #include "text/utf_convertors.h"
 

@@ -29,6 +29,7 @@ namespace {
 
 const fs::path kCases = VORLAN_E2E_CASES;
 const char* const kTool = VORLAN_TOOL;
+const char* const kMapTool = VORLAN_MAP_TOOL;
 
 std::vector<std::string> caseNames() {
   std::vector<std::string> names;
@@ -62,9 +63,10 @@ struct RunResult {
   bool timedOut = false;
 };
 
-// Runs the tool in `dir` with `args`, standard input from `input` (or
+// Runs `tool` in `dir` with `args`, standard input from `input` (or
 // nothing), output into two files of `dir`.
-RunResult runTool(const fs::path& dir, const std::vector<std::string>& args, const fs::path& input) {
+RunResult runTool(const std::string& tool, const fs::path& dir, const std::vector<std::string>& args,
+                  const fs::path& input) {
   pid_t pid = fork();
   if (pid == 0) {
     if (chdir(dir.c_str()) != 0) _exit(126);
@@ -85,12 +87,13 @@ RunResult runTool(const fs::path& dir, const std::vector<std::string>& args, con
     dup2(out, 1);
     dup2(err, 2);
     std::vector<char*> argv;
-    argv.push_back(const_cast<char*>("vorlan"));
+    std::string name = fs::path(tool).filename().string();
+    argv.push_back(name.data());
     for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
     argv.push_back(nullptr);
     // A plain, repeatable environment: no locale, no terminal.
     char* env[] = {const_cast<char*>("LC_ALL=C"), const_cast<char*>("PATH=/usr/bin:/bin"), nullptr};
-    execve(kTool, argv.data(), env);
+    execve(tool.c_str(), argv.data(), env);
     _exit(127);
   }
   RunResult result;
@@ -168,7 +171,10 @@ TEST_P(Case, Runs) {
   argsLine = argsLine.substr(0, argsLine.find('\n'));
   fs::path input = fs::exists(source / "stdin") ? source / "stdin" : fs::path();
 
-  RunResult r = runTool(run.path(), splitArgs(argsLine), input);
+  std::string program = fs::exists(source / "program") ? readFileText((source / "program").string()) : "vorlan";
+  program = program.substr(0, program.find('\n'));
+  ASSERT_TRUE(program == "vorlan" || program == "vorlan-map") << "unknown program " << program;
+  RunResult r = runTool(program == "vorlan" ? kTool : kMapTool, run.path(), splitArgs(argsLine), input);
   ASSERT_FALSE(r.timedOut) << "the run did not end within 60 s";
 
   const fs::path expected = source / "expected";

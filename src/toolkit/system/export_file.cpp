@@ -1,5 +1,6 @@
-#include "export_file.h"
+#include "system/export_file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -33,6 +34,32 @@ std::string temporaryNameFor(const std::string& target) {
   struct stat info;
   for (int counter = 2; lstat(name.c_str(), &info) == 0; ++counter) name = base + "-" + std::to_string(counter);
   return name;
+}
+
+// Has the system put the file's data on disk before the rename makes it the
+// target; returns 0 or the errno of the failure.
+int syncFile(const std::string& name) {
+  int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return errno;
+  int error = 0;
+  while (::fsync(fd) != 0) {
+    if (errno != EINTR) {
+      error = errno;
+      break;
+    }
+  }
+  ::close(fd);
+  return error;
+}
+
+// Makes the rename itself durable; best effort, as the file is in place.
+void syncFolderOf(const std::string& target) {
+  std::size_t slash = target.rfind('/');
+  std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : target.substr(0, slash);
+  int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  ::fsync(fd);
+  ::close(fd);
 }
 
 }  // namespace
@@ -74,8 +101,11 @@ int ExportFile::finish(bool keep) {
     if (std::fclose(stream_) != 0) error = errno ? errno : EIO;
     stream_ = nullptr;
   }
-  if (keep && error == 0 && !temporary_.empty() && std::rename(temporary_.c_str(), target_.c_str()) != 0)
-    error = errno;
+  if (keep && error == 0 && !temporary_.empty()) {
+    error = syncFile(temporary_);
+    if (error == 0 && std::rename(temporary_.c_str(), target_.c_str()) != 0) error = errno;
+    if (error == 0) syncFolderOf(target_);
+  }
   if (!keep || error != 0) {
     if (!temporary_.empty()) unlink(temporary_.c_str());
     else if (created_) unlink(target_.c_str());

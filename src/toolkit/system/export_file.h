@@ -1,11 +1,11 @@
-// ExportFile: the text file an export writes, replaced only when the export
-// succeeds.
+// ExportFile: the file an export writes (a text, a picture), replaced only
+// when the export succeeds.
 //
-// An existing regular file is not truncated up front: the text goes to a
-// temporary file beside it (created with FileStringA::fs_CreateTextFile) and
-// is renamed onto it at the end, so an export that fails half-way (a full
-// disk, a write error) leaves the old file as it was and frees the space it
-// took. Names that are not regular files (a pipe, /dev/null, /dev/full, a
+// An existing regular file is not truncated up front: the output goes to a
+// temporary file beside it (created with FileStringA::fs_CreateTextFile),
+// which is synced to disk and renamed onto it at the end, so an export that
+// fails half-way (a full disk, a write error) or a crash leaves the old file
+// as it was and frees the space it took. Names that are not regular files (a pipe, /dev/null, /dev/full, a
 // terminal) are written directly, as are new files in folders we cannot add
 // a temporary file to.
 #pragma once
@@ -28,10 +28,10 @@ class ExportFile {
   OpenResult open(const char* name, const char* projectFile);
   FILE* stream() const { return stream_; }
 
-  // Closes the stream. With `keep` the written text becomes the file;
+  // Closes the stream. With `keep` the written output becomes the file;
   // without, a file that existed keeps its old content and a new one is
-  // removed. Returns 0, or the errno of a failed close or rename (the file
-  // then stays as it was, as without `keep`).
+  // removed. Returns 0, or the errno of a failed close, sync or rename (the
+  // file then stays as it was, as without `keep`).
   int finish(bool keep);
 
  private:

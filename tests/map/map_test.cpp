@@ -1,0 +1,150 @@
+#include <png.h>
+
+#include <gtest/gtest.h>
+
+#include "fixture_builder.h"
+#include "map/map_program.h"
+#include "map/object_dots.h"
+#include "map/relief.h"
+#include "stream_capture.h"
+#include "temp_dir.h"
+
+namespace {
+
+// The picture in a PNG file, read back with libpng; empty when it is not one.
+Picture readPng(const std::string& name) {
+  Picture picture;
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  if (!png_image_begin_read_from_file(&image, name.c_str())) return picture;
+  image.format = PNG_FORMAT_RGB;
+  picture.width = image.width;
+  picture.height = image.height;
+  picture.rgb.resize(PNG_IMAGE_SIZE(image));
+  if (!png_image_finish_read(&image, nullptr, picture.rgb.data(), 0, nullptr)) picture.rgb.clear();
+  return picture;
+}
+
+Rgb at(Picture& p, std::uint32_t x, std::uint32_t y) {
+  const std::uint8_t* c = p.pixel(x, y);
+  return {c[0], c[1], c[2]};
+}
+
+struct Outcome {
+  int status;
+  std::string errors;
+};
+
+Outcome runWith(std::vector<std::string> words) {
+  words.insert(words.begin(), "vorlan-map");
+  std::vector<char*> argv;
+  for (std::string& w : words) argv.push_back(w.data());
+  StreamCapture err(stderr);
+  int status = runMap(static_cast<int>(argv.size()), argv.data());
+  return {status, err.finish()};
+}
+
+}  // namespace
+
+// A 4 x 3 grid, spacing 10: water in the south-west corner, the peak
+// (its slope facing the light) in the south-east one, and one object of each kind in
+// its own cell.
+TEST(Map, DrawsGroundAndObjectsNorthUp) {
+  TempDir dir;
+  ProjectFixture f;
+  f.grid(4, 3, 10, {-5, 0, 0, 10,  // row 0, the southern edge
+                    0, 0, 0, 0,    //
+                    0, 0, 0, 0});
+  f.addTemplate(1, "tree.p3d").objectType = 1;
+  f.addTemplate(2, "house.p3d").objectType = 2;
+  f.addTemplate(3, "road.p3d").objectType = 3;
+  FixtureTemplate& painted = f.addTemplate(4, "lamp.p3d");
+  painted.objectType = 2;
+  painted.objectColour = 0x00FF8010;  // 0x00BBGGRR
+  f.addObject(4).at(15, 25, 0);   // cell (1, 2): the top row
+  f.addObject(1).at(29.9f, 0, 0);  // cell (2, 0): the bottom row
+  f.addObject(2).at(5, 15, 0);
+  f.addObject(3).at(35, 15, 0);
+  f.addObject(9).at(25, 15, 0);    // no such template
+  f.addObject(1).at(-0.1f, 5, 0);  // west of the grid
+  f.addObject(1).at(40, 5, 0);     // east of it
+  f.addDeleted();
+  f.writeTo(dir.file("map.pew"));
+
+  Outcome run = runWith({dir.file("map")});  // the picture goes beside the project
+  EXPECT_EQ(run.status, 0) << run.errors;
+  EXPECT_EQ(run.errors, "not drawn: 1 object deleted, 2 objects outside the grid\n" + dir.file("map.png") +
+                            ": 4 x 3 pixels, 10 metres per pixel, 5 objects drawn\n");
+  Picture p = readPng(dir.file("map.png"));
+  ASSERT_EQ(p.width, 4u);
+  ASSERT_EQ(p.height, 3u);
+
+  const struct {
+    std::uint32_t x, y;
+    Rgb colour;
+  } dots[] = {{1, 0, {0x10, 0x80, 0xFF}}, {2, 2, kNaturalDot}, {0, 1, kArtificialDot},
+              {3, 1, kRoadDot},           {2, 1, kMissingTemplateDot}};
+  for (const auto& d : dots) EXPECT_EQ(at(p, d.x, d.y), d.colour) << d.x << "," << d.y;
+
+  Rgb water = at(p, 0, 2), peak = at(p, 3, 2);
+  EXPECT_GT(water.b, water.r + 60) << "the south-west corner is water";
+  EXPECT_GT(water.b, water.g);
+  EXPECT_GT(peak.r + peak.g + peak.b, 3 * 220) << "the south-east corner is the white peak";
+}
+
+// A grid of one height is drawn in one colour; grids over the largest side
+// are averaged down (here heights of -10 and 10 side by side average to a
+// flat 0, where single points would give stripes of water and land).
+TEST(Map, FlatAndAveragedGrids) {
+  const struct {
+    std::uint32_t columns, rows;
+    float even, odd;  // heights of the even and the odd columns
+    std::uint32_t width, height;
+  } cases[] = {
+      {1, 1, 0, 0, 1, 1},          {3, 2, 25, 25, 3, 2},         {2, 3, -4, -4, 2, 3},
+      {4098, 2, -10, 10, 2049, 1}, {2, 8193, -10, 10, 1, 2731},
+  };
+  for (const auto& c : cases) {
+    std::vector<float> heights(std::size_t{c.columns} * c.rows);
+    for (std::size_t i = 0; i < heights.size(); ++i) heights[i] = (i % c.columns) % 2 ? c.odd : c.even;
+    ElevationGrid grid{c.columns, c.rows, heights.data()};
+    Picture p = drawRelief(grid, 10);
+    ASSERT_EQ(p.width, c.width) << c.columns << " x " << c.rows;
+    ASSERT_EQ(p.height, c.height);
+    for (std::uint32_t y = 0; y < p.height; ++y)
+      for (std::uint32_t x = 0; x < p.width; ++x) ASSERT_EQ(at(p, x, y), at(p, 0, 0)) << x << "," << y;
+  }
+}
+
+TEST(Map, RefusesAndLeavesFilesAsTheyWere) {
+  TempDir dir;
+  ProjectFixture f;
+  f.grid(2, 2, 10);
+  const std::string project = f.writeTo(dir.file("map.pew"));
+  const std::vector<unsigned char> projectBytes = readFileBytes(project);
+  const std::string older = dir.file("older.png");
+  writeFileText(older, "an older picture");
+  ProjectFixture empty;
+  const std::string noGrid = empty.writeTo(dir.file("empty.pew"));
+
+  const struct {
+    std::vector<std::string> words;
+    std::string message;
+  } cases[] = {
+      {{}, "usage: vorlan-map project[.pew] [picture.png]\n"},
+      {{project, "-x"}, "usage: vorlan-map project[.pew] [picture.png]\n"},
+      {{dir.file("none")}, dir.file("none.pew") + ": cannot open the project file: No such file or directory\n"},
+      {{older}, older + ": not a project file"},
+      {{noGrid}, noGrid + ": the project has no elevation grid (0 x 0), nothing to draw\n"},
+      {{dir.file("map"), project}, project + ": cannot write the picture: it is the project file\n"},
+      {{project, dir.file("no/such/folder/map.png")},
+       dir.file("no/such/folder/map.png") + ": cannot create the picture: No such file or directory\n"},
+  };
+  for (const auto& c : cases) {
+    Outcome run = runWith(c.words);
+    EXPECT_EQ(run.status, 1) << c.message;
+    EXPECT_EQ(run.errors.substr(0, c.message.size()), c.message);
+  }
+  EXPECT_EQ(readFileBytes(project), projectBytes);
+  EXPECT_EQ(readFileText(older), "an older picture");
+}
