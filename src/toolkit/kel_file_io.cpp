@@ -8,6 +8,8 @@
 #include <ctime>
 #include <string>
 
+#include "input_file.h"
+
 namespace {
 constexpr std::size_t kReadBlock = std::size_t{1} << 20;
 constexpr const char* kRule = "//------------------------------------------------------------------------\r\n";
@@ -16,7 +18,7 @@ constexpr const char* kRule = "//-----------------------------------------------
 int KelFileIO::io_OpenFile(const char* name, void*, int) {
   std::vector<char>().swap(data_);
   if (!name) return 0;
-  int fd = open(name, O_RDONLY | O_CLOEXEC);
+  int fd = openInputFile(name, nullptr);
   if (fd < 0) return 0;
   struct stat info;
   std::vector<char> data;
