@@ -58,7 +58,7 @@ int walkFolder(const char* folder) {
   FileTreeEx listing;
   int opened = listing.ft_OpenDirNew(folder, "*.pew", 0);
   if (opened < 0) {
-    std::fprintf(stderr, "cannot read the folder %s\n", shown(listing.ft_GetError()).c_str());
+    std::fprintf(stderr, "cannot read %s\n", shown(listing.ft_GetError()).c_str());
     return 1;
   }
   if (opened == 0) return 0;
