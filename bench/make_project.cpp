@@ -12,7 +12,7 @@
 #include <string>
 
 #include "status.h"
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "number_text.h"
-#include "text_writer.h"
+#include "text/number_text.h"
+#include "text/text_writer.h"
 
 namespace {
 

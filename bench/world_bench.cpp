@@ -6,8 +6,8 @@
 #include <string>
 #include <unistd.h>
 
-#include "morvik.h"
-#include "vorlan.h"
+#include "world/morvik.h"
+#include "project/vorlan.h"
 
 namespace {
 

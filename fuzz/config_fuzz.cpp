@@ -13,9 +13,9 @@
 #include <string>
 #include <string_view>
 
-#include "config_reader.h"
+#include "config/config_reader.h"
 #include "fuzz_support.h"
-#include "rap_entry.h"
+#include "config/rap_entry.h"
 #include "status.h"
 
 namespace {

@@ -13,7 +13,7 @@
 #include "fixture_builder.h"
 #include "fuzz_support.h"
 #include "status.h"
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 namespace {
 

@@ -21,11 +21,11 @@
 
 #include "elevations/elevation_export.h"
 #include "fixture_builder.h"
-#include "morvik.h"
+#include "world/morvik.h"
 #include "objects/object_export.h"
 #include "status.h"
-#include "text_writer.h"
-#include "vorlan.h"
+#include "text/text_writer.h"
+#include "project/vorlan.h"
 
 namespace fs = std::filesystem;
 

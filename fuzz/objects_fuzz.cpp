@@ -14,8 +14,8 @@
 #include "fuzz_support.h"
 #include "objects/object_import.h"
 #include "status.h"
-#include "text_writer.h"
-#include "vorlan.h"
+#include "text/text_writer.h"
+#include "project/vorlan.h"
 
 namespace {
 
@@ -69,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::StdioToNull quiet;
     FILE* file = std::fopen(input.c_str(), "rb");
     FUZZ_CHECK(file != nullptr, "cannot read %s", input.c_str());
-    TextWriter echo(stdout);
+    static TextWriter echo(stdout);  // one buffer for the whole run
     result = readObjectRecords(project, file, echo, "import.txt", false);
     echo.flush();
     std::fclose(file);

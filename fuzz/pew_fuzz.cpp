@@ -8,7 +8,7 @@
 
 #include "fuzz_support.h"
 #include "status.h"
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   fuzz::installHeapWatch();

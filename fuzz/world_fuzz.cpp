@@ -12,9 +12,9 @@
 #include <cstring>
 
 #include "fuzz_support.h"
-#include "morvik.h"
+#include "world/morvik.h"
 #include "status.h"
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   fuzz::installHeapWatch();

@@ -1,6 +1,6 @@
 #include "driver/program_entry.h"
 #include "driver/run_state.h"
-#include "ordered_output.h"
+#include "system/ordered_output.h"
 
 int main(int argc, char** argv) {
   flushOutputBeforeErrors();

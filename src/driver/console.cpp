@@ -8,10 +8,10 @@
 #include <cstring>
 #include <vector>
 
-#include "console_keys.h"
-#include "cstring8.h"
+#include "system/console_keys.h"
+#include "text/cstring8.h"
 #include "run_state.h"
-#include "utf_convertors.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 
 #include "command_line.h"
 #include "console.h"
-#include "console_keys.h"
+#include "system/console_keys.h"
 #include "run_loop.h"
 #include "run_state.h"
-#include "utf_convertors.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

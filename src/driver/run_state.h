@@ -3,9 +3,9 @@
 // used by every save. Each lives for the whole process.
 #pragma once
 
-#include "file_string.h"
+#include "system/file_string.h"
 #include "kel_dll.h"
-#include "rename_package.h"
+#include "system/rename_package.h"
 #include "run_options.h"
 
 extern KelDLL toolkit;

@@ -5,7 +5,7 @@
 #include "console.h"
 #include "run_state.h"
 #include "templates/statistics.h"
-#include "utf_convertors.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include "console.h"
 #include "run_state.h"
-#include "utf_convertors.h"
+#include "text/utf_convertors.h"
 
 int exportWorld() {
   // The world goes beside the project: map.pew gives map.wrp. In a folder

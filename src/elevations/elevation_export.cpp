@@ -8,9 +8,10 @@
 #include <string_view>
 #include <vector>
 
-#include "export_file.h"
+#include "system/export_file.h"
+#include "system/file_string.h"
 #include "height_text.h"
-#include "utf_convertors.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

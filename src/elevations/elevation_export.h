@@ -2,8 +2,8 @@
 // ("asc", format 0) or as one "x y height" point per line ("xyz", format 1).
 #pragma once
 
-#include "text_writer.h"
-#include "vorlan.h"
+#include "text/text_writer.h"
+#include "project/vorlan.h"
 
 enum ElevationFormat : unsigned { kElevationAsc = 0, kElevationXyz = 1 };
 

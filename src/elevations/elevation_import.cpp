@@ -7,12 +7,12 @@
 #include <cstring>
 #include <string>
 
-#include "console_keys.h"
+#include "system/console_keys.h"
 #include "driver/console.h"
 #include "driver/save_project.h"
 #include "elevation_text.h"
-#include "kel_file_io.h"
-#include "utf_convertors.h"
+#include "system/kel_file_io.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 // the project: its size and cell size are never changed.
 #pragma once
 
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 // Asks for confirmation ("Import Elevations"), reads every height of the
 // grid from `fileName` and saves the project. Returns the save's status, or

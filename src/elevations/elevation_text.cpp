@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "gen_string.h"
-#include "number_text.h"
+#include "text/gen_string.h"
+#include "text/number_text.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "number_text.h"
+#include "text/number_text.h"
 
 // Room formatHeight may need, for any float and width up to 11.
 inline constexpr std::size_t kHeightTextCapacity = fixedTextCapacity(2, 11);

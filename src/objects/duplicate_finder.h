@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "pew_object.h"
+#include "project/pew_object.h"
 
 inline constexpr std::uint32_t kNoTwin = 0xFFFFFFFF;
 

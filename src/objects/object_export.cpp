@@ -8,9 +8,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "export_file.h"
-#include "file_string.h"
-#include "utf_convertors.h"
+#include "system/export_file.h"
+#include "system/file_string.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 //   3  the same as 2
 #pragma once
 
-#include "text_writer.h"
-#include "vorlan.h"
+#include "text/text_writer.h"
+#include "project/vorlan.h"
 
 struct ObjectLayout {
   int format = 1;          // 0..3; anything else fails at the first object

@@ -9,11 +9,11 @@
 
 #include "driver/console.h"
 #include "driver/save_project.h"
-#include "file_string.h"
+#include "system/file_string.h"
 #include "line_reader.h"
 #include "name_index.h"
-#include "number_text.h"
-#include "utf_convertors.h"
+#include "text/number_text.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

@@ -14,8 +14,8 @@
 
 #include <cstdio>
 
-#include "text_writer.h"
-#include "vorlan.h"
+#include "text/text_writer.h"
+#include "project/vorlan.h"
 
 // The action: confirms, reads `fileName` and saves the project. Returns 1
 // when the user declines, the file cannot be opened or read, or a line is

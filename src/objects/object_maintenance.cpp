@@ -8,8 +8,8 @@
 #include "driver/console.h"
 #include "driver/save_project.h"
 #include "duplicate_finder.h"
-#include "text_writer.h"
-#include "utf_convertors.h"
+#include "text/text_writer.h"
+#include "text/utf_convertors.h"
 
 int deleteObjects(Vorlan& project) {
   if (!confirmAction("Deleting Objects")) return 1;

@@ -4,7 +4,7 @@
 // that no option reaches).
 #pragma once
 
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 // Asks, removes every object (templates stay) and saves.
 int deleteObjects(Vorlan& project);

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 // Counters of the last statistics report, kept for the driver to read.
 struct StatisticsCounters {

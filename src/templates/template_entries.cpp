@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "driver/console.h"
-#include "number_text.h"
+#include "text/number_text.h"
 #include "template_import.h"
 
 namespace {

@@ -6,9 +6,9 @@
 
 #include "driver/console.h"
 #include "driver/program_entry.h"
-#include "export_file.h"
-#include "file_string.h"
-#include "utf_convertors.h"
+#include "system/export_file.h"
+#include "system/file_string.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

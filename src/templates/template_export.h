@@ -4,8 +4,8 @@
 // templates stays short.
 #pragma once
 
-#include "kel_file_io.h"
-#include "vorlan.h"
+#include "system/kel_file_io.h"
+#include "project/vorlan.h"
 
 // Writes every template of `project`, in table order, into `fileName`, with
 // the banner that `io` composes. Returns 0 when the library was written, 1

@@ -6,7 +6,7 @@
 
 #include "driver/console.h"
 #include "driver/save_project.h"
-#include "utf_convertors.h"
+#include "text/utf_convertors.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "config_reader.h"
-#include "vorlan.h"
+#include "config/config_reader.h"
+#include "project/vorlan.h"
 
 // Asks for confirmation, reads `fileName` with `reader`, removes every
 // template and object first unless `keepExisting`, and adds the library's

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 // -RT: asks for confirmation, removes every template that no object refers
 // to and saves the project with "<n> templates removed". Returns

@@ -3,9 +3,9 @@
 // with for the whole run.
 #pragma once
 
-#include "config_reader.h"
-#include "morvik.h"
-#include "vorlan.h"
+#include "config/config_reader.h"
+#include "world/morvik.h"
+#include "project/vorlan.h"
 
 class KelDLL {
  public:

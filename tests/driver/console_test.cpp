@@ -11,7 +11,7 @@
 #include <string>
 #include <thread>
 
-#include "console_keys.h"
+#include "system/console_keys.h"
 #include "driver/run_state.h"
 #include "input_feed.h"
 #include "stream_capture.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 // A project in memory with the given grid, heights in storage order.
 inline void makeGrid(Vorlan& project, std::uint32_t columns, std::uint32_t rows, float spacing,

@@ -10,7 +10,7 @@
 #include <cstdarg>
 #include <random>
 
-#include "file_string.h"
+#include "system/file_string.h"
 #include "object_test_support.h"
 #include "stream_capture.h"
 

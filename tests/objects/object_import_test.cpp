@@ -5,7 +5,7 @@
 #include <cstring>
 #include <random>
 
-#include "file_string.h"
+#include "system/file_string.h"
 
 #include "objects/object_export.h"
 #include "object_test_support.h"

@@ -9,8 +9,8 @@
 
 #include "fixture_builder.h"
 #include "temp_dir.h"
-#include "text_writer.h"
-#include "vorlan.h"
+#include "text/text_writer.h"
+#include "project/vorlan.h"
 
 class OpenedProject {
  public:

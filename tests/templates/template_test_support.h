@@ -10,7 +10,7 @@
 #include "message_capture.h"
 #include "status.h"
 #include "temp_dir.h"
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 class ProjectRun {
  public:

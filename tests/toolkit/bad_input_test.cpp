@@ -5,15 +5,15 @@
 
 #include <cstring>
 
-#include "config_reader.h"
-#include "config_test_helpers.h"
+#include "config/config_reader.h"
+#include "config/config_test_helpers.h"
 #include "fixture_builder.h"
 #include "message_capture.h"
-#include "morvik.h"
+#include "world/morvik.h"
 #include "status.h"
 #include "temp_dir.h"
-#include "written_world.h"
-#include "vorlan.h"
+#include "world/written_world.h"
+#include "project/vorlan.h"
 
 namespace {
 

@@ -7,12 +7,12 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-#include "config_test_helpers.h"
+#include "config/config_test_helpers.h"
 #include "message_capture.h"
-#include "morvik.h"
+#include "world/morvik.h"
 #include "status.h"
 #include "temp_dir.h"
-#include "vorlan.h"
+#include "project/vorlan.h"
 
 namespace {
 

@@ -1,0 +1,177 @@
+#include "config/config_source.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+#include "config/config_error.h"
+#include "system/input_file.h"
+#include "status.h"
+
+namespace {
+
+struct FileCloser {
+  void operator()(std::FILE* f) const { std::fclose(f); }
+};
+
+std::string TooLarge(std::size_t maxBytes) {
+  return "file is too large (more than " + std::to_string(maxBytes) + " bytes)";
+}
+
+// Control bytes other than blanks and line ends mean the input is not text.
+bool IsBinaryByte(unsigned char c) {
+  if (c == 0x7F) return true;
+  if (c >= 0x20) return false;
+  return c != '\t' && c != '\n' && c != '\r' && c != '\f' && c != '\v';
+}
+
+}  // namespace
+
+ConfigSource::ConfigSource(std::string path, std::string bytes)
+    : path_(std::move(path)), text_(std::move(bytes)) {
+  bytesRead_ = text_.size();
+  if (text_.size() >= 3 && text_.compare(0, 3, "\xEF\xBB\xBF") == 0) text_.erase(0, 3);
+  CheckBytes();
+  JoinContinuedLines();
+}
+
+std::unique_ptr<ConfigSource> ConfigSource::FromFile(const std::string& path, std::size_t maxBytes,
+                                                     std::string* error) {
+  std::error_code ec;
+  if (std::filesystem::is_directory(path, ec)) {
+    *error = "is a folder, not a file";
+    return nullptr;
+  }
+  int fd = openInputFile(path.c_str(), error);
+  if (fd < 0) return nullptr;
+  std::unique_ptr<std::FILE, FileCloser> file(fdopen(fd, "rb"));
+  if (!file) {
+    *error = std::strerror(errno);
+    ::close(fd);
+    return nullptr;
+  }
+  std::size_t expected = 0;
+  auto size = std::filesystem::file_size(path, ec);
+  if (!ec) {
+    if (size > maxBytes) {
+      *error = TooLarge(maxBytes);
+      return nullptr;
+    }
+    expected = static_cast<std::size_t>(size);
+  }
+  // Read in large blocks until the end; the cap is checked as we go because a
+  // file's size may be unknown (a pipe) or change while we read it.
+  constexpr std::size_t kBlock = std::size_t{1} << 20;
+  std::string bytes;
+  bytes.reserve(expected + kBlock);
+  for (;;) {
+    std::size_t had = bytes.size();
+    if (had > maxBytes) {
+      *error = TooLarge(maxBytes);
+      return nullptr;
+    }
+    bytes.resize(had + kBlock);
+    std::size_t got = std::fread(bytes.data() + had, 1, kBlock, file.get());
+    bytes.resize(had + got);
+    if (got < kBlock) {
+      if (std::ferror(file.get())) {
+        *error = std::strerror(errno);
+        return nullptr;
+      }
+      break;
+    }
+  }
+  if (bytes.size() > maxBytes) {
+    *error = TooLarge(maxBytes);
+    return nullptr;
+  }
+  return std::unique_ptr<ConfigSource>(new ConfigSource(path, std::move(bytes)));
+}
+
+std::unique_ptr<ConfigSource> ConfigSource::FromBuffer(const std::string& name,
+                                                       std::string_view bytes,
+                                                       std::size_t maxBytes, std::string* error) {
+  if (bytes.size() > maxBytes) {
+    *error = TooLarge(maxBytes);
+    return nullptr;
+  }
+  return std::unique_ptr<ConfigSource>(new ConfigSource(name, std::string(bytes)));
+}
+
+void ConfigSource::CheckBytes() const {
+  const auto* p = reinterpret_cast<const unsigned char*>(text_.data());
+  std::size_t n = text_.size();
+  for (std::size_t i = 0; i < n; ++i) {
+    if (IsBinaryByte(p[i])) {
+      char hex[8];
+      std::snprintf(hex, sizeof hex, "0x%02X", p[i]);
+      throw ConfigError(status::kConfigSyntax,
+                        Describe(i) + ": unexpected byte " + hex + ": this is not a text file");
+    }
+  }
+}
+
+void ConfigSource::JoinContinuedLines() {
+  std::string joined;
+  std::size_t from = 0;
+  std::size_t removed = 0;
+  const std::size_t n = text_.size();
+  for (std::size_t p = text_.find('\\'); p != std::string::npos; p = text_.find('\\', p + 1)) {
+    std::size_t length = 0;
+    if (p + 1 < n && text_[p + 1] == '\n') {
+      length = 2;
+    } else if (p + 2 < n && text_[p + 1] == '\r' && text_[p + 2] == '\n') {
+      length = 3;
+    }
+    if (length == 0) continue;
+    if (splices_.empty()) joined.reserve(n);
+    joined.append(text_, from, p - from);
+    removed += length;
+    splices_.push_back({joined.size(), removed});
+    from = p + length;
+    p = from - 1;
+  }
+  if (splices_.empty()) return;
+  joined.append(text_, from, std::string::npos);
+  original_ = std::move(text_);
+  text_ = std::move(joined);
+}
+
+std::size_t ConfigSource::OriginalOffset(std::size_t offset) const {
+  // The last splice at or before the offset tells how much was removed before it.
+  auto after = std::upper_bound(splices_.begin(), splices_.end(), offset,
+                                [](std::size_t value, const Splice& s) { return value < s.at; });
+  if (after == splices_.begin()) return offset;
+  return offset + std::prev(after)->removed;
+}
+
+void ConfigSource::Locate(std::size_t offset, int* line, int* column) const {
+  const std::string& layout = original_.empty() ? text_ : original_;
+  std::size_t at = std::min(OriginalOffset(offset), layout.size());
+  auto begin = layout.begin();
+  *line = 1 + static_cast<int>(std::count(begin, begin + static_cast<std::ptrdiff_t>(at), '\n'));
+  std::size_t lineStart = 0;
+  if (at > 0) {
+    std::size_t newline = layout.rfind('\n', at - 1);
+    if (newline != std::string::npos) lineStart = newline + 1;
+  }
+  *column = static_cast<int>(at - lineStart) + 1;
+}
+
+std::string ConfigSource::Describe(std::size_t offset) const {
+  int line = 0;
+  int column = 0;
+  Locate(offset, &line, &column);
+  return path_ + ":" + std::to_string(line) + ":" + std::to_string(column);
+}
+
+int ConfigSource::LineOf(std::size_t offset) const {
+  int line = 0;
+  int column = 0;
+  Locate(offset, &line, &column);
+  return line;
+}

@@ -1,0 +1,61 @@
+// The project file codec: the content of a .pew file as the store keeps it,
+// and the functions that read and write it. Everything we do not interpret
+// (unknown header values, the grid's trailing values, the editor's tail) is
+// kept as read, so a file written back unchanged is byte-identical.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "system/byte_sink.h"
+#include "system/byte_source.h"
+#include "text/gen_string.h"
+#include "project/pew_object.h"
+#include "project/template_table.h"
+
+struct PewHeader {
+  char signature[7] = {'P', 'O', 'S', 'E', 'W', '6', '0'};
+  std::uint32_t valueA = 0;
+  std::uint32_t valueB = 0;
+  GenString dataPath;
+  GenString objectPath;
+  float gridSpacing = 10.0f;
+  float valueC = 400.0f;
+  GenString valueD;
+  std::uint32_t valueE = 0;
+};
+
+struct ProjectContent {
+  PewHeader header;
+  std::uint32_t legacyTextureCount = 0;
+  TemplateTable templates;
+  std::uint16_t noTerrains = 1, noForests = 1, noRoadNetworks = 1;
+  std::uint32_t columns = 0;
+  std::uint32_t rows = 0;
+  std::vector<float> heights;  // rows * columns, row 0 first
+  std::vector<float> extra;    // columns * rows / 16 values after the heights
+  std::uint32_t afterExtra = 0;
+  PewObjects objects;
+  std::vector<unsigned char> tail;  // the editor's data after the objects
+
+  // An empty project with a grid of zero heights, as made from nothing.
+  void makeEmpty(std::uint32_t columns, std::uint32_t rows, float spacing);
+};
+
+// Where and why a file could not be read.
+struct DecodeFailure {
+  int status = 0;
+  std::uint64_t offset = 0;
+  std::string block;  // e.g. "template 3 of 10"
+  std::string what;   // what was found, and what was expected
+};
+
+bool decodeProject(ByteSource& in, ProjectContent& out, DecodeFailure& failure);
+void encodeProject(const ProjectContent& content, ByteSink& out);
+
+// Smallest sizes in the file, used to check counts before allocating.
+constexpr std::uint64_t kMinTemplateBytes = 146;
+constexpr std::uint64_t kMinSlotBytes = 2;
+constexpr std::uint64_t kTemplateFixedBytes = 118;      // bounds .. road flag
+constexpr std::uint64_t kRoadFramesBytes = 2 * 12 * 4;  // two frames of 12 floats

@@ -1,0 +1,107 @@
+// Writing a project file: the exact mirror of the reader.
+#include "project/pew_codec.h"
+
+namespace {
+
+void putText(ByteSink& out, const GenString& text) {
+  if (text.StoredBare()) {
+    out.put(std::uint32_t{0});
+    return;
+  }
+  out.put(static_cast<std::uint32_t>(text.Length() + 1));
+  out.write(text.Get(), text.Length() + 1);  // the bytes and their NUL
+}
+
+void putPair(ByteSink& out, const XYPair& p, bool withFlag) {
+  if (withFlag) out.put(p.flag);
+  out.put(p.x);
+  out.put(p.y);
+}
+
+void putVector(ByteSink& out, const Vector3& v) {
+  out.put(v.x);
+  out.put(v.y);
+  out.put(v.z);
+}
+
+void putTemplate(ByteSink& out, const PewObjectTemplate& t) {
+  putText(out, t.strModelFilename);
+  putText(out, t.strModelName);
+  out.put(t.ulObjectType);
+  out.put(t.ulOutlineColour);
+  out.put(t.ulObjectColour);
+  putPair(out, t.dblxyGeometryBounds, false);
+  out.put(t.templateId);
+  putVector(out, t.GeometryAutoCenterPos);
+  putPair(out, t.dblxyResolutionBounds, false);
+  putVector(out, t.ResolutionAutoCenterPos);
+  out.put(t.sbUnknownFlag);
+  putPair(out, t.dblxyRandomScale, true);
+  putPair(out, t.dblxyRandomRotate, true);
+  putPair(out, t.dblxyRandomOrientation, true);
+  out.put(t.LodNamedSelections);
+  if (t.LodNamedSelections != 0) {
+    out.write(t.RoadFrame.data(), 48);
+    out.write(t.XRoadFrame.data(), 48);
+  }
+  out.put(t.ArtificialObjects.count);
+  for (const Chain* c = t.ArtificialObjects.first; c; c = c->next) {
+    const auto* a = static_cast<const PewArtificialObject*>(c);
+    putText(out, a->strName);
+    out.put(a->lbUnknown);
+    std::uint32_t points = a->StartEndPos.elementSize() == sizeof(Vector3) ? a->StartEndPos.get_count() : 0;
+    out.put(points);
+    out.write(a->StartEndPos.data(), std::size_t{points} * sizeof(Vector3));
+  }
+  out.put(t.ulMarkerType);
+}
+
+void putObject(ByteSink& out, const PewObject& o) {
+  if (o.validFlag == 0) {
+    out.put(std::uint16_t{0});  // a deleted object keeps only its slot
+    return;
+  }
+  unsigned char head[2 + 2 + 4 + 48 + 8];
+  std::memcpy(head, &o.validFlag, 2);
+  std::memcpy(head + 2, &o.unknownFlag, 2);
+  std::memcpy(head + 4, &o.objectId, 4);
+  std::memcpy(head + 8, o.transform.data(), 48);
+  std::memcpy(head + 56, &o.unnamedDouble, 8);
+  out.write(head, sizeof head);
+  putText(out, o.instanceName);
+  unsigned char tail[16];
+  std::memcpy(tail, &o.relativeHeight, 4);
+  std::memcpy(tail + 4, &o.unnamedA, 4);
+  std::memcpy(tail + 8, &o.unnamedB, 4);
+  std::memcpy(tail + 12, &o.templateId, 4);
+  out.write(tail, sizeof tail);
+}
+
+}  // namespace
+
+void encodeProject(const ProjectContent& c, ByteSink& out) {
+  const PewHeader& h = c.header;
+  out.write(h.signature, 7);
+  out.put(h.valueA);
+  out.put(h.valueB);
+  putText(out, h.dataPath);
+  putText(out, h.objectPath);
+  out.put(h.gridSpacing);
+  out.put(h.valueC);
+  putText(out, h.valueD);
+  out.put(h.valueE);
+  out.put(c.legacyTextureCount);
+  out.put(c.templates.count());
+  for (const PewObjectTemplate* t = c.templates.first(); t; t = t->next) putTemplate(out, *t);
+  out.put(c.noTerrains);
+  out.put(c.noForests);
+  out.put(c.noRoadNetworks);
+  out.put(c.columns);
+  out.put(c.rows);
+  out.write(c.heights.data(), c.heights.size() * sizeof(float));
+  out.write(c.extra.data(), c.extra.size() * sizeof(float));
+  out.put(c.afterExtra);
+  out.put(c.objects.slotCount());
+  c.objects.forEachSlot([&](const PewObject& o) { putObject(out, o); });
+  out.write(c.tail.data(), c.tail.size());
+}

@@ -1,0 +1,57 @@
+// TemplateTable: the project's templates in table order (a doubly linked
+// list under the hood, so removal is O(1)), an index from template id to its
+// first holder, and per-id object usage counts.
+//
+// Objects refer to templates only by id and the program fills an object's
+// template id after adding it, so the counts cannot follow every field write.
+// Instead they are rebuilt in one pass over the objects the first time they
+// are asked for after the object list (or the table) changed: every report
+// stays linear however many questions it asks.
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+
+#include "project/pew_object.h"
+#include "project/pew_template.h"
+
+class TemplateTable {
+ public:
+  TemplateTable() = default;
+  TemplateTable(const TemplateTable&) = delete;
+  TemplateTable& operator=(const TemplateTable&) = delete;
+  ~TemplateTable() { clear(); }
+
+  PewObjectTemplate* first() const { return first_; }
+  std::uint32_t count() const { return count_; }
+  // The first template of the table with this id, or null.
+  PewObjectTemplate* find(std::uint32_t id) const;
+  // Appends an empty template with this id.
+  PewObjectTemplate* add(std::uint32_t id);
+  // Appends a template made elsewhere (its id already set) and owns it.
+  PewObjectTemplate* adopt(PewObjectTemplate* t);
+  // Unlinks and frees the template; false when it is not in this table.
+  bool remove(PewObjectTemplate* t);
+  void clear();
+  // The highest id in the table, 0 when it is empty.
+  std::uint32_t maxId() const;
+
+  // Number of objects of `objects` whose template id is `t`'s id.
+  std::uint32_t usage(const PewObjectTemplate* t, const PewObjects& objects);
+
+ private:
+  struct IdEntry {
+    PewObjectTemplate* first = nullptr;  // first holder in table order
+    std::uint32_t holders = 0;           // templates with this id
+    std::uint32_t objects = 0;           // objects with this id
+  };
+  void rebuildUsage(const PewObjects& objects);
+
+  PewObjectTemplate* first_ = nullptr;
+  PewObjectTemplate* last_ = nullptr;
+  std::uint32_t count_ = 0;
+  std::unordered_map<std::uint32_t, IdEntry> byId_;
+  std::uint64_t generation_ = 1;       // bumped when a template is added
+  std::uint64_t usageGeneration_ = 0;  // table generation the counts belong to
+  std::uint64_t usageObjectChanges_ = ~std::uint64_t{0};
+};

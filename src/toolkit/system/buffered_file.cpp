@@ -1,0 +1,80 @@
+#include "system/buffered_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+// The C library's stdio buffer size cannot be raised without handing it
+// memory that must outlive the stream, and the caller closes the stream with
+// a plain fclose. So the stream is a custom one (the C library's cookie
+// streams) whose cookie owns the file and a buffer of its own; stdio's small
+// buffer feeds it and fclose releases both.
+namespace {
+
+struct Writer {
+  int fd = -1;
+  std::vector<char> buffer;
+  bool failed = false;
+};
+
+bool writeAll(Writer& w, const char* data, std::size_t size) {
+  while (size > 0) {
+    ssize_t n = ::write(w.fd, data, size);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      w.failed = true;
+      return false;
+    }
+    data += n;
+    size -= static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+bool flushBuffer(Writer& w) {
+  bool ok = w.failed ? false : writeAll(w, w.buffer.data(), w.buffer.size());
+  w.buffer.clear();
+  return ok;
+}
+
+ssize_t cookieWrite(void* cookie, const char* data, size_t size) {
+  auto& w = *static_cast<Writer*>(cookie);
+  if (w.failed) return -1;
+  if (w.buffer.size() + size > kWriteBufferSize && !flushBuffer(w)) return -1;
+  if (size >= kWriteBufferSize) {
+    if (!writeAll(w, data, size)) return -1;
+  } else {
+    w.buffer.insert(w.buffer.end(), data, data + size);
+  }
+  return static_cast<ssize_t>(size);
+}
+
+int cookieClose(void* cookie) {
+  auto* w = static_cast<Writer*>(cookie);
+  bool ok = flushBuffer(*w);
+  if (::close(w->fd) != 0) ok = false;
+  delete w;
+  return ok ? 0 : EOF;
+}
+
+}  // namespace
+
+FILE* openBufferedWriter(const char* name) {
+  int fd = ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd < 0) return nullptr;
+  auto* w = new Writer;
+  w->fd = fd;
+  w->buffer.reserve(kWriteBufferSize);
+  cookie_io_functions_t functions{};
+  functions.write = cookieWrite;
+  functions.close = cookieClose;
+  FILE* stream = fopencookie(w, "wb", functions);
+  if (!stream) {
+    ::close(fd);
+    delete w;
+  }
+  return stream;
+}

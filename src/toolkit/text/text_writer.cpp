@@ -1,0 +1,96 @@
+#include "text/text_writer.h"
+
+#include <cerrno>
+#include <charconv>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+
+TextWriter::TextWriter() : buffer_(kBufferSize) {}
+
+TextWriter::TextWriter(int fd) : fd_(fd), buffer_(kBufferSize) {}
+
+TextWriter::TextWriter(std::FILE* stream) : stream_(stream), buffer_(kBufferSize) {}
+
+TextWriter::~TextWriter() { close(); }
+
+int TextWriter::create(const char* name) {
+  close();
+  stream_ = nullptr;
+  error_ = 0;
+  fd_ = ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd_ < 0) return error_ = errno;
+  ownsFd_ = true;
+  return 0;
+}
+
+void TextWriter::writeOut(const char* data, std::size_t n) {
+  if (error_ != 0 || n == 0) return;
+  if (stream_) {
+    errno = 0;
+    if (std::fwrite(data, 1, n, stream_) != n || std::fflush(stream_) != 0) error_ = errno ? errno : EIO;
+    return;
+  }
+  if (fd_ < 0) {
+    error_ = EBADF;
+    return;
+  }
+  while (n > 0) {
+    ssize_t written = ::write(fd_, data, n);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) {
+      error_ = written < 0 ? errno : EIO;
+      return;
+    }
+    data += written;
+    n -= static_cast<std::size_t>(written);
+  }
+}
+
+int TextWriter::flush() {
+  writeOut(buffer_.data(), used_);
+  used_ = 0;
+  return error_;
+}
+
+int TextWriter::close() {
+  flush();
+  if (ownsFd_) {
+    if (::close(fd_) != 0 && error_ == 0) error_ = errno;
+    ownsFd_ = false;
+  }
+  fd_ = -1;
+  stream_ = nullptr;
+  return error_;
+}
+
+void TextWriter::putSlow(std::string_view text) {
+  flush();
+  if (text.size() < buffer_.size()) {
+    std::memcpy(buffer_.data(), text.data(), text.size());
+    used_ = text.size();
+  } else {
+    writeOut(text.data(), text.size());
+  }
+}
+
+void TextWriter::putFixedSlow(double value, int precision, int width) {
+  flush();
+  if (fixedTextCapacity(precision, width) <= buffer_.size()) {
+    used_ = static_cast<std::size_t>(formatFixed(buffer_.data(), value, precision, width) - buffer_.data());
+  } else {
+    putSlow(fixedText(value, precision, width));
+  }
+}
+
+void TextWriter::putInt(long long value) {
+  if (buffer_.size() - used_ < 24) flush();
+  used_ = static_cast<std::size_t>(std::to_chars(buffer_.data() + used_, buffer_.data() + buffer_.size(), value).ptr -
+                                   buffer_.data());
+}
+
+void TextWriter::putUnsigned(unsigned long long value) {
+  if (buffer_.size() - used_ < 24) flush();
+  used_ = static_cast<std::size_t>(std::to_chars(buffer_.data() + used_, buffer_.data() + buffer_.size(), value).ptr -
+                                   buffer_.data());
+}

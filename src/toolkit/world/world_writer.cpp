@@ -1,0 +1,126 @@
+// Writing the built world to a file: the encoder and the safe replacement of
+// the target (temporary file in the same folder, fsync, rename).
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "system/byte_sink.h"
+#include "world/morvik.h"
+#include "status.h"
+#include "system/temporary_files.h"
+#include "world/world_format.h"
+
+namespace {
+
+void putZeros(ByteSink& out, std::uint64_t n) {
+  static const unsigned char zeros[64 * 1024] = {};
+  while (n > 0) {
+    std::size_t chunk = n < sizeof zeros ? static_cast<std::size_t>(n) : sizeof zeros;
+    out.write(zeros, chunk);
+    n -= chunk;
+  }
+}
+
+// The name of the index-th candidate for the temporary file beside `target`.
+std::string temporaryName(const std::string& target, int index) {
+  return target + "." + std::to_string(::getpid()) + "-" + std::to_string(index) + ".tmp";
+}
+
+// Makes the rename itself durable; a failure here loses nothing already
+// written, so it is not reported.
+void syncFolderOf(const std::string& target) {
+  std::size_t slash = target.find_last_of('/');
+  std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : target.substr(0, slash);
+  int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  ::fsync(fd);
+  ::close(fd);
+}
+
+}  // namespace
+
+void Morvik::encode(ByteSink& out) const {
+  out.write(wrp::kSignature, sizeof wrp::kSignature);
+  out.put(columns_);  // land grid = terrain grid
+  out.put(rows_);
+  out.put(columns_);
+  out.put(rows_);
+  out.put(cellSize_);
+  out.write(heights_.data(), heights_.size() * sizeof(float));
+  putZeros(out, std::uint64_t{static_cast<std::uint32_t>(columns_)} * static_cast<std::uint32_t>(rows_) * 2);
+  out.put(std::int32_t{1});  // the surface table: only entry 0, the empty run
+  out.put(std::int32_t{0});
+
+  unsigned char record[wrp::kRecordFixedBytes];
+  for (const WorldObject& o : objects_) {
+    const std::string& name = names_[o.name];
+    auto length = static_cast<std::int32_t>(name.size());
+    std::memcpy(record, o.transform, 48);
+    std::memcpy(record + 48, &o.id, 4);
+    std::memcpy(record + 52, &length, 4);
+    out.write(record, sizeof record);
+    out.write(name.data(), name.size());
+  }
+  for (std::size_t i = 0; i < wrp::kTransformFloats; ++i) std::memcpy(record + 4 * i, &wrp::kQuietNaNBits, 4);
+  std::memcpy(record + 48, &wrp::kTerminatorId, 4);
+  std::memset(record + 52, 0, 4);
+  out.write(record, sizeof record);
+}
+
+int Morvik::wrp_Create(const char* name, int version) {
+  std::string target = name ? name : "";
+  const char* file = target.c_str();
+  if (version != wrp::kEditableVersion) {
+    report("%s: world version %d cannot be written; only version 8 (the editable form 8WVR) is\n", file, version);
+    return status::kWorldUnsupported;
+  }
+  if (!built_) {
+    report("%s: no world has been built, nothing to write\n", file);
+    return status::kNoProject;
+  }
+  if (target.empty()) {
+    report("(no name): cannot write the world file: no file name was given\n");
+    return status::kCannotWrite;
+  }
+  // Only ever replace a regular file: the name might be a device or a folder.
+  struct stat st;
+  if (::stat(file, &st) == 0 && !S_ISREG(st.st_mode)) {
+    report("%s: cannot write the world file: the name exists and is not a regular file\n", file);
+    return status::kCannotWrite;
+  }
+
+  std::string temporary;
+  std::unique_ptr<ByteSink> out;
+  int e = EEXIST;
+  for (int attempt = 0; attempt < 100 && e == EEXIST; ++attempt) {
+    temporary = temporaryName(target, attempt);
+    out = std::make_unique<ByteSink>();
+    e = out->createNew(temporary.c_str());
+  }
+  if (e != 0) {
+    report("%s: cannot write the world file: cannot create %s: %s\n", file, temporary.c_str(), std::strerror(e));
+    return status::kCannotWrite;
+  }
+  holdTemporary(temporary);  // an interrupt removes it
+  encode(*out);
+  e = out->sync();
+  int closed = out->close();
+  if (e == 0) e = closed;
+  if (e == 0 && ::rename(temporary.c_str(), file) != 0) e = errno;
+  if (e != 0) ::unlink(temporary.c_str());
+  releaseTemporary(temporary);
+  if (e != 0) {
+    report("%s: cannot write the world file: %s\n", file, std::strerror(e));
+    return status::kCannotWrite;
+  }
+  // Temporary files of killed runs for this world ("<name>.<pid>-<n>.tmp").
+  std::size_t slash = target.find_last_of('/');
+  std::string folder = slash == std::string::npos ? "" : target.substr(0, slash + 1);
+  removeStaleTemporaries(folder, target.substr(folder.size()) + ".", ".tmp");
+  syncFolderOf(target);
+  return status::kOk;
+}

@@ -1,0 +1,96 @@
+#include "system/console_keys.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include "input_feed.h"
+
+namespace {
+
+TEST(ConsoleKeys, PipedInputGivesOneByteAtATimeThenEof) {
+  InputFeed in("a\xff\n");
+  EXPECT_FALSE(_kbhit());  // not a terminal: never a key
+  EXPECT_EQ(_getch(), 'a');
+  EXPECT_EQ(_getch(), 0xff);  // a high byte is a key, not the end
+  EXPECT_EQ(_getch(), '\n');
+  EXPECT_EQ(_getch(), EOF);
+  EXPECT_EQ(_getch(), EOF);
+}
+
+// A pseudo-terminal as standard input for the length of a test.
+class TerminalInput {
+ public:
+  TerminalInput() {
+    master_ = posix_openpt(O_RDWR | O_NOCTTY);
+    if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0) return;
+    slave_ = open(ptsname(master_), O_RDWR | O_NOCTTY);
+    if (slave_ < 0) return;
+    saved_ = dup(STDIN_FILENO);
+    dup2(slave_, STDIN_FILENO);
+  }
+  ~TerminalInput() {
+    if (saved_ >= 0) {
+      dup2(saved_, STDIN_FILENO);
+      close(saved_);
+    }
+    if (slave_ >= 0) close(slave_);
+    if (master_ >= 0) close(master_);
+  }
+  bool ok() const { return saved_ >= 0; }
+  void type(const char* keys) { ASSERT_GT(write(master_, keys, std::strlen(keys)), 0); }
+  termios settings() const {
+    termios t{};
+    tcgetattr(slave_, &t);
+    return t;
+  }
+
+ private:
+  int master_ = -1, slave_ = -1, saved_ = -1;
+};
+
+bool canonicalWithEcho(const termios& t) { return (t.c_lflag & ICANON) && (t.c_lflag & ECHO); }
+
+TEST(ConsoleKeys, TerminalKeyNeedsNoEnterAndSettingsComeBack) {
+  TerminalInput terminal;
+  if (!terminal.ok()) GTEST_SKIP() << "no pseudo-terminal here";
+  ASSERT_TRUE(canonicalWithEcho(terminal.settings()));
+  EXPECT_EQ(_kbhit(), 0);
+  terminal.type("k");  // no Enter
+  EXPECT_EQ(_kbhit(), 1);
+  EXPECT_EQ(_getch(), 'k');
+  EXPECT_EQ(_kbhit(), 0);
+  EXPECT_TRUE(canonicalWithEcho(terminal.settings()));
+}
+
+TEST(ConsoleKeys, TerminalSettingsComeBackWhenTheWaitIsKilled) {
+  TerminalInput terminal;
+  if (!terminal.ok()) GTEST_SKIP() << "no pseudo-terminal here";
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    _getch();
+    _exit(0);
+  }
+  // Wait until the child has switched the terminal, then interrupt it.
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (canonicalWithEcho(terminal.settings()) && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  ASSERT_FALSE(canonicalWithEcho(terminal.settings())) << "the child never switched the terminal";
+  kill(child, SIGTERM);
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+  EXPECT_TRUE(canonicalWithEcho(terminal.settings()));
+}
+
+}  // namespace

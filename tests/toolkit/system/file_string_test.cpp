@@ -1,0 +1,161 @@
+#include "system/file_string.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "text/cstring8.h"
+#include "temp_dir.h"
+
+namespace {
+
+TEST(CString8, FormatGrowsToFitAndNullFormatGivesEmpty) {
+  CString8 s;
+  std::string big(3000, 'z');
+  EXPECT_STREQ(s.Format("%s/%d/%.2f", big.c_str(), -4, 1.5), (big + "/-4/1.50").c_str());
+  EXPECT_EQ(s.Length(), big.size() + 8);
+  s.Format(nullptr);
+  EXPECT_STREQ(s.Get(), "");
+  s.Format("%s", "");
+  EXPECT_TRUE(s.IsEmpty());
+}
+
+TEST(FileStringA, ExtractSelectsNameParts) {
+  struct Case {
+    const char* path;
+    int parts;
+    const char* expected;
+  } cases[] = {
+      {"/maps/island/map.pew", 4, "map"},
+      {"/maps/island/map.pew", 12, "map.pew"},
+      {"/maps/island/map.pew", 2, "/maps/island/"},
+      {"C:\\data\\house.P3D", 12, "house.P3D"},
+      {"C:\\data\\house.P3D", 4, "house"},
+      {"maps.v2/map", 4, "map"},
+      {"maps.v2/map", 12, "map"},
+      {"archive.tar.gz", 4, "archive.tar"},
+      {"./vorlan", 4, "vorlan"},
+      {"folder/", 12, ""},
+      {"", 12, ""},
+  };
+  for (const auto& c : cases) {
+    FileStringA s;
+    EXPECT_STREQ(s.fs_Extract(c.parts, c.path), c.expected) << c.path << " " << c.parts;
+  }
+  FileStringA own("a\\b\\c.d");
+  EXPECT_STREQ(own.fs_Extract(4, nullptr), "c");
+  EXPECT_STREQ(own.Get(), "c");
+}
+
+TEST(FileStringA, ExtensionEditing) {
+  struct Case {
+    const char* start;
+    const char* ext;
+    int force;
+    const char* expected;
+  } adds[] = {
+      {"map", ".pew", 0, "map.pew"},        {"map", "pew", 0, "map.pew"},
+      {"map.pew", "pew", 0, "map.pew"},     {"map.dat", ".pew", 0, "map.dat"},
+      {"map.dat", ".pew", 1, "map.pew"},    {"maps.v2/map", ".pew", 0, "maps.v2/map.pew"},
+      {"a.b\\house", "p3d", 0, "a.b\\house.p3d"}, {"../map", "pew", 0, "../map.pew"},
+  };
+  for (const auto& c : adds) {
+    FileStringA s(c.start);
+    s.fs_AddExt(c.ext, c.force);
+    EXPECT_STREQ(s.Get(), c.expected) << c.start << " + " << c.ext;
+  }
+  FileStringA s("dir.x/map.pew");
+  s.fs_ReplaceExt("wrp");
+  EXPECT_STREQ(s.Get(), "dir.x/map.wrp");
+  s.Set("dir.x/map");
+  s.fs_ReplaceExt("wrp");
+  EXPECT_STREQ(s.Get(), "dir.x/map.wrp");
+  s.fs_RemoveExt("");
+  EXPECT_STREQ(s.Get(), "dir.x/map");
+  s.fs_RemoveExt("");
+  EXPECT_STREQ(s.Get(), "dir.x/map");
+  s.Set("out.TXT");
+  s.fs_RemoveExt("csv");
+  EXPECT_STREQ(s.Get(), "out.TXT");
+  s.fs_RemoveExt(".txt");
+  EXPECT_STREQ(s.Get(), "out");
+}
+
+TEST(FileStringA, CompareFilenameExtOnlyComparesWholeNamesIgnoringAsciiCase) {
+  FileStringA model("ca\\buildings\\House.P3D");
+  EXPECT_TRUE(model.fs_CompareFilenameExtOnly("CA\\Buildings\\house.p3d"));
+  EXPECT_TRUE(model.fs_CompareFilenameExtOnly("ca/buildings/house.p3d"));
+  EXPECT_FALSE(model.fs_CompareFilenameExtOnly("ca\\misc\\house.p3d"));
+  EXPECT_FALSE(model.fs_CompareFilenameExtOnly("house.p3d"));
+  EXPECT_FALSE(model.fs_CompareFilenameExtOnly("ca\\buildings\\house"));
+  EXPECT_FALSE(model.fs_CompareFilenameExtOnly(nullptr));
+  EXPECT_TRUE(FileStringA().fs_CompareFilenameExtOnly(nullptr));
+  EXPECT_FALSE(FileStringA("h\xc9.p3d").fs_CompareFilenameExtOnly("h\xe9.p3d"));
+}
+
+TEST(FileStringA, FileSystemQueries) {
+  TempDir dir;
+  std::string file = dir.file("map.pew");
+  writeFileText(file, "x");
+  FileStringA folder(dir.path().string().c_str());
+  FileStringA name(file.c_str());
+  EXPECT_TRUE(folder.fs_FolderExists(0));
+  EXPECT_FALSE(name.fs_FolderExists(0));
+  EXPECT_TRUE(name.fs_FileExists(nullptr));
+  EXPECT_FALSE(folder.fs_FileExists(nullptr));
+  EXPECT_FALSE(folder.fs_FileExists(dir.file("none").c_str()));
+
+  struct timespec times[2] = {{1600000000, 0}, {1600000000, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
+  EXPECT_EQ(name.fs_GetFileDate(nullptr), 1600000000L);
+  EXPECT_EQ(folder.fs_GetFileDate(dir.file("none").c_str()), 0L);
+
+  FILE* in = FileStringA::fs_open_file(file.c_str());
+  ASSERT_NE(in, nullptr);
+  EXPECT_EQ(std::fgetc(in), 'x');
+  std::fclose(in);
+  EXPECT_EQ(FileStringA::fs_open_file(dir.file("none").c_str()), nullptr);
+
+  EXPECT_EQ(name.fs_unlink(nullptr), 0);
+  EXPECT_FALSE(name.fs_FileExists(nullptr));
+  EXPECT_NE(name.fs_unlink(nullptr), 0);
+}
+
+TEST(FileStringA, CreateTextFileWritesEverythingThroughItsBuffer) {
+  TempDir dir;
+  std::string name = dir.file("out.txt");
+  writeFileText(name, "previous content that must go away");
+  FILE* out = FileStringA::fs_CreateTextFile(name.c_str(), 1);
+  ASSERT_NE(out, nullptr);
+  std::string expected;
+  for (int i = 0; i < 200000; ++i) {  // several buffers' worth
+    std::fprintf(out, "%d,line\r\n", i);
+    expected += std::to_string(i) + ",line\r\n";
+  }
+  std::string block(3 << 20, 'b');  // one write larger than the buffer
+  std::fwrite(block.data(), 1, block.size(), out);
+  expected += block;
+  EXPECT_EQ(std::fclose(out), 0);
+  EXPECT_EQ(readFileText(name), expected);
+  EXPECT_EQ(FileStringA::fs_CreateTextFile(dir.file("none/out.txt").c_str(), 1), nullptr);
+}
+
+TEST(FileStringA, CreateTextFileReportsAFailedWriteAtClose) {
+  FILE* out = FileStringA::fs_CreateTextFile("/dev/full", 1);
+  if (!out) GTEST_SKIP() << "/dev/full is not available";
+  std::fputs("data", out);
+  EXPECT_EQ(std::fclose(out), EOF);
+}
+
+TEST(FileStringA, ConvertToUtf8ReadsNonUtf8AsWindows1252) {
+  FileStringA s;
+  EXPECT_STREQ(s.fs_convert_to_utf8("caf\xc3\xa9"), "caf\xc3\xa9");
+  EXPECT_STREQ(s.fs_convert_to_utf8("caf\xe9 \x80"), "caf\xc3\xa9 \xe2\x82\xac");
+  s.Set("plain");
+  EXPECT_STREQ(s.fs_convert_to_utf8(nullptr), "plain");
+}
+
+}  // namespace

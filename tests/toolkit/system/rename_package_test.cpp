@@ -1,0 +1,244 @@
+#include "system/rename_package.h"
+
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "status.h"
+#include "temp_dir.h"
+
+namespace {
+
+std::vector<std::string> namesIn(const TempDir& dir) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
+    names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+class RenamePackageTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    project = dir.file("map.pew");
+    writeFileText(project, "old project");
+  }
+  // Prepares the outputs and writes `content` where the project is written.
+  void write(RenamePackageA& outputs, int backup, const std::string& content) {
+    ASSERT_NE(outputs.rnp_BuildOutputs(backup, project.c_str(), "pew", nullptr, nullptr), 0);
+    writeFileText(outputs.rnp_GetFileName(3), content);
+  }
+  TempDir dir;
+  std::string project;
+};
+
+TEST_F(RenamePackageTest, NamesTheProjectAndAHiddenTemporaryBesideIt) {
+  RenamePackageA outputs;
+  ASSERT_NE(outputs.rnp_BuildOutputs(0, project.c_str(), "pew", nullptr, nullptr), 0);
+  std::string temp = outputs.rnp_GetFileName(3);
+  EXPECT_EQ(std::string(outputs.rnp_GetFileName(1)), project);
+  EXPECT_EQ(temp, dir.file(".map.pew.tmp-" + std::to_string(getpid())));
+  EXPECT_STREQ(outputs.rnp_GetFileName(2), "");
+  // Nothing is created before the project is written.
+  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+  // A stale file of that name, left by someone else, is neither reused nor removed.
+  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kFailed), status::kFailed);
+  writeFileText(temp, "stale");
+  RenamePackageA other;
+  ASSERT_NE(other.rnp_BuildOutputs(0, project.c_str(), "pew", nullptr, nullptr), 0);
+  EXPECT_NE(std::string(other.rnp_GetFileName(3)), temp);
+  EXPECT_EQ(other.rnp_CloseOutputs(status::kFailed), status::kFailed);
+  EXPECT_EQ(readFileText(temp), "stale");
+}
+
+TEST_F(RenamePackageTest, SuccessfulCloseReplacesTheProject) {
+  RenamePackageA outputs;
+  write(outputs, 0, "new project");
+  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
+  EXPECT_EQ(readFileText(project), "new project");
+  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+  EXPECT_EQ(std::string(outputs.rnp_GetFileName(1)), project);  // still known for verifying
+}
+
+TEST_F(RenamePackageTest, KeepsTheProjectsPermissions) {
+  chmod(project.c_str(), 0640);
+  RenamePackageA outputs;
+  write(outputs, 0, "new");
+  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
+  struct stat info;
+  ASSERT_EQ(stat(project.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0640u);
+}
+
+// One run that saves twice (-ROTB) still keeps the project as it was before the run.
+TEST_F(RenamePackageTest, BackupKeepsTheProjectOfBeforeTheRunAndReplacesAnOlderBackup) {
+  writeFileText(project + ".bak", "older backup");
+  RenamePackageA outputs;
+  write(outputs, 1, "second");
+  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
+  EXPECT_EQ(readFileText(project), "second");
+  EXPECT_EQ(readFileText(project + ".bak"), "old project");
+  write(outputs, 1, "third");
+  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
+  EXPECT_EQ(readFileText(project), "third");
+  EXPECT_EQ(readFileText(project + ".bak"), "old project");
+  EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"map.pew", "map.pew.bak"}));
+}
+
+// Saving through a link writes the file it leads to; the new file keeps the
+// old one's owner, group, permissions and extended attributes.
+TEST_F(RenamePackageTest, SaveThroughALinkKeepsTheLinkAndWhatTheFileCarries) {
+  std::filesystem::create_directory(dir.file("real"));
+  std::string target = dir.file("real/map.pew");
+  std::filesystem::rename(project, target);
+  ASSERT_EQ(symlink("real/map.pew", project.c_str()), 0);
+  chmod(target.c_str(), 0640);
+  bool owned = geteuid() == 0 && chown(target.c_str(), 4321, 4322) == 0;
+  bool tagged = setxattr(target.c_str(), "user.vorlan", "kept", 4, 0) == 0;
+  RenamePackageA outputs;
+  write(outputs, 0, "new");
+  EXPECT_EQ(std::filesystem::path(outputs.rnp_GetFileName(3)).parent_path(), dir.file("real"));
+  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
+  EXPECT_TRUE(std::filesystem::is_symlink(project));
+  EXPECT_EQ(readFileText(target), "new");
+  struct stat info;
+  ASSERT_EQ(stat(target.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0640u);
+  if (owned) {
+    EXPECT_EQ(std::make_pair(info.st_uid, info.st_gid), std::make_pair(4321u, 4322u));
+  }
+  char value[8] = {};
+  if (tagged) {
+    EXPECT_EQ(getxattr(target.c_str(), "user.vorlan", value, sizeof value), 4);
+  }
+  EXPECT_STREQ(value, tagged ? "kept" : "");
+  EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"map.pew", "real"}));
+}
+
+TEST_F(RenamePackageTest, BackupOfAProjectNotYetOnDiskIsSkipped) {
+  RenamePackageA outputs;
+  std::string fresh = dir.file("fresh");
+  ASSERT_NE(outputs.rnp_BuildOutputs(1, fresh.c_str(), "pew", nullptr, nullptr), 0);
+  writeFileText(outputs.rnp_GetFileName(3), "made");
+  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
+  EXPECT_EQ(readFileText(fresh + ".pew"), "made");
+  EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"fresh.pew", "map.pew"}));
+}
+
+TEST_F(RenamePackageTest, FailedWriteLeavesTheOldProjectAndNoTemporaryFile) {
+  RenamePackageA outputs;
+  write(outputs, 1, "half writ");
+  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kDamaged), status::kDamaged);
+  EXPECT_EQ(readFileText(project), "old project");
+  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+}
+
+TEST_F(RenamePackageTest, MissingTemporaryFileFailsTheClose) {
+  RenamePackageA outputs;
+  ASSERT_NE(outputs.rnp_BuildOutputs(0, project.c_str(), "pew", nullptr, nullptr), 0);
+  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
+  EXPECT_EQ(readFileText(project), "old project");
+  // Closing twice, or without preparing, never reports success.
+  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
+  EXPECT_EQ(RenamePackageA().rnp_CloseOutputs(status::kNotProject), status::kNotProject);
+}
+
+TEST_F(RenamePackageTest, BackupThatCannotBeMadeFailsCleanly) {
+  // A folder holds the backup's name, so the old project cannot move there.
+  std::filesystem::create_directory(project + ".bak");
+  writeFileText(project + ".bak/keep", "");
+  RenamePackageA outputs;
+  write(outputs, 1, "new");
+  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
+  EXPECT_EQ(readFileText(project), "old project");
+  EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"map.pew", "map.pew.bak"}));
+}
+
+TEST_F(RenamePackageTest, RefusesNamesThatAreNotRegularFiles) {
+  RenamePackageA outputs;
+  std::filesystem::create_directory(dir.file("maps.v2"));
+  EXPECT_EQ(outputs.rnp_BuildOutputs(1, dir.file("maps.v2").c_str(), "pew", nullptr, nullptr), 0);
+  EXPECT_EQ(outputs.rnp_BuildOutputs(0, dir.file("none/map.pew").c_str(), "pew", nullptr, nullptr), 0);
+  EXPECT_EQ(outputs.rnp_BuildOutputs(0, "", "pew", nullptr, nullptr), 0);
+  EXPECT_EQ(outputs.rnp_BuildOutputs(0, nullptr, "pew", nullptr, nullptr), 0);
+  EXPECT_STREQ(outputs.rnp_GetFileName(1), "");
+  EXPECT_TRUE(std::filesystem::is_directory(dir.file("maps.v2")));
+}
+
+TEST_F(RenamePackageTest, UnwritableFolderFailsWithTheOldProjectIntact) {
+  if (geteuid() == 0) GTEST_SKIP() << "permissions do not bind the super-user";
+  chmod(dir.path().c_str(), 0555);
+  RenamePackageA outputs;
+  EXPECT_EQ(outputs.rnp_BuildOutputs(1, project.c_str(), "pew", nullptr, nullptr), 0);
+  chmod(dir.path().c_str(), 0755);
+  EXPECT_EQ(readFileText(project), "old project");
+  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+}
+
+TEST_F(RenamePackageTest, UnclosedOutputsAreCleanedUp) {
+  {
+    RenamePackageA outputs;
+    write(outputs, 0, "abandoned");
+  }
+  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+  RenamePackageA outputs;
+  write(outputs, 0, "first attempt");
+  write(outputs, 0, "second attempt");  // preparing again drops the first
+  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
+  EXPECT_EQ(readFileText(project), "second attempt");
+  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+}
+
+// The id of a process that has ended and been reaped.
+pid_t endedProcess() {
+  pid_t child = fork();
+  if (child == 0) _exit(0);
+  waitpid(child, nullptr, 0);
+  return child;
+}
+
+// A killed run leaves its temporary file behind; the next successful save of
+// the same project removes it, and nothing that is not provably such a file.
+TEST_F(RenamePackageTest, SuccessfulCloseRemovesTemporariesOfEndedRunsOnly) {
+  std::string dead = std::to_string(endedProcess());
+  std::string alive = std::to_string(getppid());
+  const std::vector<std::string> stale = {".map.pew.tmp-" + dead, ".map.pew.tmp-" + dead + "-2",
+                                          ".map.pew.bak.tmp-" + dead};
+  const std::vector<std::string> kept = {
+      ".map.pew.tmp-" + alive,      // its process still runs
+      ".other.pew.tmp-" + dead,     // another project's
+      ".map.pew.tmp-" + dead + "x", // not a name this code makes
+      ".map.pew.tmp-0" + dead,
+      ".map.pew.tmp-",
+      "map.pew.tmp-" + dead,
+  };
+  for (const auto& name : stale) writeFileText(dir.file(name), "partial");
+  for (const auto& name : kept) writeFileText(dir.file(name), "keep");
+  std::string folderName = ".map.pew.tmp-" + std::to_string(endedProcess());
+  ASSERT_EQ(mkdir(dir.file(folderName).c_str(), 0755), 0);  // only regular files go
+
+  RenamePackageA failing;
+  write(failing, 0, "failed");
+  ASSERT_EQ(failing.rnp_CloseOutputs(status::kCannotWrite), status::kCannotWrite);
+  for (const auto& name : stale) EXPECT_TRUE(std::filesystem::exists(dir.file(name))) << name;
+
+  RenamePackageA outputs;
+  write(outputs, 0, "new project");
+  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
+  std::vector<std::string> expected = kept;
+  expected.push_back(folderName);
+  expected.push_back("map.pew");
+  std::sort(expected.begin(), expected.end());
+  EXPECT_EQ(namesIn(dir), expected);
+  EXPECT_EQ(readFileText(project), "new project");
+}
+
+}  // namespace

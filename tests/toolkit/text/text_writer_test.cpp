@@ -1,0 +1,91 @@
+#include "text/text_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <filesystem>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+
+#include "temp_dir.h"
+
+TEST(TextWriter, FileMatchesFprintfAcrossManyBufferFlushes) {
+  TempDir dir;
+  std::string name = dir.file("objects.txt");
+  std::string expected;
+  {
+    TextWriter writer;
+    ASSERT_EQ(writer.create(name.c_str()), 0);
+    char line[200];
+    for (int i = 0; i < 200000; ++i) {
+      double x = i * 0.37 - 1000.005, y = -i / 3.0, angle = i % 720 - 360.125;
+      std::snprintf(line, sizeof line, "%lld;%8.2f;%11.2f;%f;%s\n", i * 1000003LL - 5, x, y, angle, "tree");
+      expected += line;
+      writer.putInt(i * 1000003LL - 5);
+      writer.put(';');
+      writer.putFixed(x, 2, 8);
+      writer.put(';');
+      writer.putFixed(y, 2, 11);
+      writer.put(';');
+      writer.putFixed(angle, 6);
+      writer.put(";tree\n");
+    }
+    writer.putInt(LLONG_MIN);
+    writer.putUnsigned(ULLONG_MAX);
+    writer.put(std::string(3 * TextWriter::kBufferSize / 2, 'z'));  // larger than the buffer
+    writer.putFixed(1.5, 1, static_cast<int>(TextWriter::kBufferSize) + 10);
+    EXPECT_EQ(writer.close(), 0);
+  }
+  expected += std::to_string(LLONG_MIN) + std::to_string(ULLONG_MAX) +
+              std::string(3 * TextWriter::kBufferSize / 2, 'z') + std::string(TextWriter::kBufferSize + 7, ' ') +
+              "1.5";
+  EXPECT_TRUE(readFileText(name) == expected);
+}
+
+TEST(TextWriter, WritesThroughAStdioStream) {
+  std::FILE* stream = std::tmpfile();
+  ASSERT_NE(stream, nullptr);
+  std::fputs("head ", stream);
+  {
+    TextWriter writer(stream);
+    writer.putFixed(-0.004, 2);
+    writer.put(' ');
+    EXPECT_EQ(writer.flush(), 0);
+  }
+  std::fputs("tail", stream);
+  std::rewind(stream);
+  char text[64] = {};
+  ASSERT_NE(std::fgets(text, sizeof text, stream), nullptr);
+  EXPECT_STREQ(text, "head -0.00 tail");
+  std::fclose(stream);
+}
+
+TEST(TextWriter, RemembersTheFirstFailure) {
+  TempDir dir;
+  std::string full = dir.file("full.txt");
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
+  std::filesystem::create_symlink("/dev/full", full);
+  TextWriter diskFull;
+  ASSERT_EQ(diskFull.create(full.c_str()), 0);
+  diskFull.putFixed(1.25, 2);
+  EXPECT_TRUE(diskFull.ok());  // still in the buffer
+  EXPECT_EQ(diskFull.close(), ENOSPC);
+  EXPECT_EQ(diskFull.error(), ENOSPC);
+
+  int fd = ::open(dir.file("closed.txt").c_str(), O_WRONLY | O_CREAT, 0666);
+  ASSERT_GE(fd, 0);
+  ::close(fd);
+  TextWriter closed(fd);
+  closed.put("lost");
+  EXPECT_EQ(closed.flush(), EBADF);
+  closed.put("also lost");
+  EXPECT_EQ(closed.flush(), EBADF);
+
+  TextWriter unattached;
+  unattached.put('x');
+  EXPECT_EQ(unattached.flush(), EBADF);
+  EXPECT_EQ(TextWriter().create(dir.file("no/such/folder.txt").c_str()), ENOENT);
+}

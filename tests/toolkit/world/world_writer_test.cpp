@@ -1,0 +1,237 @@
+// The world writer: what a project becomes, byte by byte, and the projects
+// and output names it refuses, leaving nothing behind.
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "fixture_builder.h"
+#include "message_capture.h"
+#include "world/morvik.h"
+#include "status.h"
+#include "temp_dir.h"
+#include "project/vorlan.h"
+#include "world/world_bytes.h"
+
+namespace {
+
+void load(Vorlan& project, const ProjectFixture& f) {
+  std::vector<unsigned char> bytes = f.bytes();
+  ASSERT_EQ(project.pew_Open("map.pew", 0, MessageCapture::sink, bytes.data(), bytes.size()), status::kOk);
+}
+
+std::vector<std::string> filesIn(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  for (const auto& e : std::filesystem::directory_iterator(folder)) names.push_back(e.path().filename().string());
+  return names;
+}
+
+// Builds the world of `f` and returns the writer's status (and message).
+int build(Morvik& world, const ProjectFixture& f) {
+  Vorlan project;
+  load(project, f);
+  MessageCapture::reset();
+  return world.wrp_CreateFromPew(8, &project, MessageCapture::sink);
+}
+
+float negativeZero() { return std::copysign(0.0f, -1.0f); }
+
+}  // namespace
+
+TEST(WorldWriter, SmallProjectIsLaidOutByteByByte) {
+  ProjectFixture f;
+  f.grid(3, 2, 12.5f, {1, 2, 3, 4, 5, 6.25f});
+  f.addTemplate(4, "ca\\buildings\\house.p3d");
+  f.addTemplate(9, "tree\xE9.p3d");  // a name in the editor's code page, kept as stored
+  f.addObject(4).at(100, 200, 5).heading(90, 2);
+  f.addDeleted(2);
+  const std::vector<float> odd = {negativeZero(), 1e-45f, -3, 0, 1, 0, 0.1f, 0, 1, -7.5f, 1e30f, negativeZero()};
+  FixtureObject& oddObject = f.addObject(9);
+  oddObject.id = 77;
+  std::copy(odd.begin(), odd.end(), oddObject.transform.begin());
+  f.addObject(4).at(1, 2, 3);  // made invalid after loading
+  f.addObject(4).id = -5;
+
+  Vorlan project;
+  load(project, f);
+  PewObjects* list = project.pew_get_objects();
+  PewObject* third = list->pewobject_GetNextValid(list->pewobject_GetNextValid(list->pewobject_GetFirstValid()));
+  third->validFlag = 0;
+  Morvik world;
+  MessageCapture::reset();
+  ASSERT_EQ(world.wrp_CreateFromPew(8, &project, MessageCapture::sink), status::kOk);
+  EXPECT_NE(MessageCapture::text.find("land grid = terrain grid"), std::string::npos) << MessageCapture::text;
+  EXPECT_NE(MessageCapture::text.find("cell size 12.5"), std::string::npos);
+  EXPECT_NE(MessageCapture::text.find("only the empty surface entry"), std::string::npos);
+  EXPECT_NE(MessageCapture::text.find("Objects: 3\n"), std::string::npos);
+  TempDir dir;
+  ASSERT_EQ(world.wrp_Create(dir.file("map.wrp").c_str(), 8), status::kOk);
+
+  WorldBytes expected;
+  expected.header(3, 2, 12.5f);
+  for (float h : {1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.25f}) expected.f32(h);
+  for (int i = 0; i < 6; ++i) expected.u16(0);
+  expected.emptySurfaceTable();
+  expected.object({0, 0, -2, 0, 2, 0, 2, 0, 0, 100, 5, 200}, 1, "ca\\buildings\\house.p3d");
+  expected.object(odd, 77, "tree\xE9.p3d");  // -0.0 and a denormal keep their bits
+  expected.object(kIdentity, -5, "ca\\buildings\\house.p3d");
+  expected.terminator();
+  EXPECT_EQ(readFileBytes(dir.file("map.wrp")), expected.bytes);
+  EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"map.wrp"});
+}
+
+TEST(WorldWriter, ProjectWithoutObjectsGivesHeaderGridAndTerminatorOnly) {
+  ProjectFixture f;
+  f.grid(2, 2, 4, {0, -1, 2, 3});
+  f.addTemplate(1, "unused.p3d");
+  f.addDeleted(3);
+  Morvik world;
+  ASSERT_EQ(build(world, f), status::kOk);
+  EXPECT_EQ(world.objectCount(), 0u);
+  TempDir dir;
+  ASSERT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kOk);
+  WorldBytes expected;
+  expected.header(2, 2, 4).f32(0).f32(-1).f32(2).f32(3).u16(0).u16(0).u16(0).u16(0);
+  expected.emptySurfaceTable().terminator();
+  EXPECT_EQ(readFileBytes(dir.file("w.wrp")), expected.bytes);
+}
+
+TEST(WorldWriter, ObjectsThatCannotGoIntoAWorldStopTheBuild) {
+  struct Case {
+    const char* what;
+    void (*setUp)(ProjectFixture&);
+    std::vector<std::string> mentions;
+  };
+  const Case cases[] = {
+      {"missing template", [](ProjectFixture& f) { f.addObject(9).id = 42; }, {"map.pew", "object 42", "template 9"}},
+      {"empty model name",
+       [](ProjectFixture& f) {
+         f.addTemplate(3, "");
+         f.addObject(3).id = 43;
+       },
+       {"map.pew", "object 43", "template 3", "empty"}},
+      {"repeated ID", [](ProjectFixture& f) { f.addObject(1).id = 1; }, {"map.pew", "object ID 1"}},
+      {"infinite transform",
+       [](ProjectFixture& f) { f.addObject(1).transform[10] = INFINITY; },
+       {"map.pew", "object 2", "template 1", "value 11"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    ProjectFixture f;
+    f.grid(2, 2, 1);
+    f.addTemplate(1, "a.p3d");
+    f.addObject(1).id = 1;
+    c.setUp(f);
+    Morvik world;
+    EXPECT_EQ(build(world, f), status::kWorldBadObject);
+    for (const std::string& m : c.mentions) EXPECT_NE(MessageCapture::text.find(m), std::string::npos) << MessageCapture::text;
+    EXPECT_FALSE(world.IsBuilt());
+    TempDir dir;
+    MessageCapture::reset();
+    EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kNoProject);
+    EXPECT_TRUE(filesIn(dir.path()).empty());
+  }
+}
+
+TEST(WorldWriter, GridsAWorldCannotHoldAreRefused) {
+  ProjectFixture nan;
+  nan.grid(2, 2, 1, {0, 0, 0, NAN});
+  ProjectFixture flat;
+  flat.grid(2, 2, 0);
+  for (const ProjectFixture* f : {&nan, &flat}) {
+    Morvik world;
+    EXPECT_EQ(build(world, *f), status::kWorldUnsupported);
+    EXPECT_EQ(MessageCapture::text.rfind("map.pew: ", 0), 0u) << MessageCapture::text;
+    EXPECT_FALSE(world.IsBuilt());
+  }
+  EXPECT_NE(MessageCapture::text.find("spacing"), std::string::npos);
+}
+
+TEST(WorldWriter, OnlyVersionEightIsMadeOrWritten) {
+  ProjectFixture f;
+  f.grid(1, 1, 1);
+  Vorlan project;
+  load(project, f);
+  Morvik world;
+  MessageCapture::reset();
+  EXPECT_EQ(world.wrp_CreateFromPew(4, &project, MessageCapture::sink), status::kWorldUnsupported);
+  EXPECT_NE(MessageCapture::text.find("version 4"), std::string::npos);
+  EXPECT_FALSE(world.IsBuilt());
+
+  ASSERT_EQ(world.wrp_CreateFromPew(8, &project, MessageCapture::sink), status::kOk);
+  TempDir dir;
+  MessageCapture::reset();
+  EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 9), status::kWorldUnsupported);
+  EXPECT_NE(MessageCapture::text.find("version 9"), std::string::npos);
+  EXPECT_TRUE(filesIn(dir.path()).empty());
+}
+
+TEST(WorldWriter, UnwritableNamesLeaveNothingBehind) {
+  ProjectFixture f;
+  f.grid(2, 2, 1);
+  Morvik world;
+  ASSERT_EQ(build(world, f), status::kOk);
+  TempDir dir;
+  std::filesystem::create_directory(dir.file("folder"));
+
+  MessageCapture::reset();
+  EXPECT_EQ(world.wrp_Create(dir.file("missing/w.wrp").c_str(), 8), status::kCannotWrite);
+  EXPECT_NE(MessageCapture::text.find("missing/w.wrp: cannot write"), std::string::npos) << MessageCapture::text;
+  MessageCapture::reset();
+  EXPECT_EQ(world.wrp_Create(dir.file("folder").c_str(), 8), status::kCannotWrite);
+  EXPECT_EQ(MessageCapture::calls, 1);
+  EXPECT_TRUE(std::filesystem::is_directory(dir.file("folder")));
+  EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"folder"});
+  EXPECT_TRUE(filesIn(dir.file("folder")).empty());
+}
+
+TEST(WorldWriter, FailureWhileWritingKeepsTheEarlierFileAndRemovesTheTemporary) {
+  ProjectFixture f;
+  f.grid(64, 64, 1);  // 16 KiB of heights alone
+  Morvik world;
+  ASSERT_EQ(build(world, f), status::kOk);
+  TempDir dir;
+  std::string target = dir.file("w.wrp");
+  writeFileText(target, "earlier");
+
+  // A file size limit makes the write fail part way through.
+  struct rlimit saved;
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+  auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+  struct rlimit small = saved;
+  small.rlim_cur = 4096;
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  MessageCapture::reset();
+  int s = world.wrp_Create(target.c_str(), 8);
+  setrlimit(RLIMIT_FSIZE, &saved);
+  std::signal(SIGXFSZ, oldHandler);
+
+  EXPECT_EQ(s, status::kCannotWrite);
+  EXPECT_NE(MessageCapture::text.find("w.wrp: cannot write the world file"), std::string::npos);
+  EXPECT_EQ(readFileText(target), "earlier");
+  EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"w.wrp"});
+
+  // The same world goes through once the limit is gone, replacing the file.
+  ASSERT_EQ(world.wrp_Create(target.c_str(), 8), status::kOk);
+  EXPECT_EQ(readFileBytes(target).size(), 24u + 64 * 64 * 6 + 8 + 56);
+  EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"w.wrp"});
+}
+
+TEST(WorldWriter, CloseReleasesTheWorldAndRebuildingReplacesIt) {
+  ProjectFixture one;
+  one.grid(1, 1, 1).addTemplate(1, "a.p3d");
+  one.addObject(1);
+  ProjectFixture two;
+  two.grid(1, 1, 1).addTemplate(1, "b.p3d");
+  Morvik world;
+  ASSERT_EQ(build(world, one), status::kOk);
+  EXPECT_EQ(world.objectCount(), 1u);
+  ASSERT_EQ(build(world, two), status::kOk);
+  EXPECT_EQ(world.objectCount(), 0u);
+  world.Close();
+  EXPECT_FALSE(world.IsBuilt());
+  TempDir dir;
+  EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kNoProject);
+  EXPECT_TRUE(filesIn(dir.path()).empty());
+}
