@@ -68,7 +68,23 @@ int askYesNo(const char* format, ...) {
 int confirmAction(const char* title) {
   if (title) std::printf("%s\n", utfConvertors::convert_if_local_codepage(title).c_str());
   if (askYesNo("are you sure you want to do this?") == 0) return 0;
-  return outputs.rnp_BuildOutputs(runOptions.backup, projectPath.Get(), "pew", nullptr, nullptr);
+  // The projects of a folder are all saved under the folder's name. Say so
+  // once, and keep a file that had that name before the run as a backup,
+  // asked for or not.
+  bool folder = projectPath.fs_FolderExists(0) != 0;
+  if (folder && !folderOutputAnnounced) {
+    folderOutputAnnounced = true;
+    FileStringA saved(projectPath.Get());
+    saved.fs_AddExt("pew", 0);
+    std::string name = utfConvertors::convert_if_local_codepage(saved.Get());
+    std::fprintf(stderr, "changes to the projects of the folder are saved to %s\n", name.c_str());
+    if (saved.fs_FileExists(nullptr)) std::fprintf(stderr, "the %s there now is kept as %s.bak\n", name.c_str(), name.c_str());
+  }
+  int ready = outputs.rnp_BuildOutputs(runOptions.backup || folder, projectPath.Get(), "pew", nullptr, nullptr);
+  if (!ready)
+    std::fprintf(stderr, "cannot save the project: %s; the project is unchanged\n",
+                 utfConvertors::convert_if_local_codepage(outputs.rnp_GetError()).c_str());
+  return ready;
 }
 
 void formatText(std::string& out, const char* format, ...) {

@@ -21,6 +21,7 @@ void printBanner(int argc, char** argv, const LibraryVersion& library) {
 }
 
 int runSteps(int argc, char** argv, const LibraryVersion& library) {
+  folderOutputAnnounced = false;
   printBanner(argc, argv, library);
   if (checkLibraryVersion(library.number)) return 1;
   world = toolkit.dll_GetMorvik();

@@ -1,25 +1,66 @@
 #include "run_loop.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <cstdio>
+#include <string>
 
 #include "console.h"
 #include "elevations/elevation_export.h"
 #include "elevations/elevation_import.h"
 #include "system/file_tree.h"
+#include "system/input_file.h"
 #include "objects/object_export.h"
 #include "objects/object_import.h"
 #include "objects/object_maintenance.h"
+#include "system/project_lock.h"
 #include "run_state.h"
 #include "templates/statistics.h"
 #include "templates/template_export.h"
 #include "templates/template_import.h"
 #include "templates/template_reduction.h"
+#include "text/utf_convertors.h"
 #include "world_export.h"
+
+namespace {
+
+constexpr int kLockWaitMilliseconds = 3000;
+
+std::string shown(const char* text) { return utfConvertors::convert_if_local_codepage(text); }
+
+// The actions that read, change and save the project.
+bool changesProject(ActionCode code) {
+  switch (code) {
+    case ActionCode::ImportElevations:
+    case ActionCode::DeleteObjects:
+    case ActionCode::DeleteTemplates:
+    case ActionCode::ImportObjects:
+    case ActionCode::ReduceObjects:
+    case ActionCode::ReduceTemplates:
+    case ActionCode::AddTemplates:
+    case ActionCode::ImportTemplates:
+    case ActionCode::ReduceAll:
+    case ActionCode::RemoveDuplicates:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void sayWaiting(const char* path) {
+  std::fprintf(stderr, "%s is being changed by another run; waiting for it...\n", shown(path).c_str());
+}
+
+}  // namespace
 
 int walkFolder(const char* folder) {
   FileTreeEx listing;
   int opened = listing.ft_OpenDirNew(folder, "*.pew", 0);
-  if (opened < 0) return 1;
+  if (opened < 0) {
+    std::fprintf(stderr, "cannot read %s\n", shown(listing.ft_GetError()).c_str());
+    return 1;
+  }
   if (opened == 0) return 0;
   do {
     const char* entry = listing.ft_GetEntry(1);
@@ -30,6 +71,24 @@ int walkFolder(const char* folder) {
 }
 
 int processFile(const char* path) {
+  // Only a regular file can be a project; opening a named pipe would wait
+  // for a writer, and a device may never end.
+  struct stat info;
+  if (stat(path, &info) == 0 && !S_ISREG(info.st_mode)) {
+    std::fprintf(stderr, "%s is %s, not a project file\n", shown(path).c_str(), fileKindName(info.st_mode));
+    return 1;
+  }
+  // A change is read, made and saved under the lock, so that two runs
+  // changing one project cannot lose one of the changes.
+  ProjectLock lock;
+  if (changesProject(runOptions.action)) {
+    int error = lock.acquire(path, kLockWaitMilliseconds, sayWaiting);
+    if (error == EWOULDBLOCK) {
+      std::fprintf(stderr, "%s is being changed by another run: nothing was done, try again when it has finished\n",
+                   shown(path).c_str());
+      return 1;
+    }
+  }
   int status = project->pew_Open(path, 0, printMessage, nullptr, 0);
   std::fputs("--------------\n", stderr);
   if (status != 0) return status;
@@ -38,6 +97,13 @@ int processFile(const char* path) {
 }
 
 int runSelfTest() {
+  // The self-test writes and then removes test.pew: never one of the user's.
+  struct stat info;
+  if (lstat("test.pew", &info) == 0) {
+    std::fputs("test.pew already exists in this folder: the self-test would overwrite and remove it, "
+               "so it was not run\n", stderr);
+    return 1;
+  }
   std::fputs("\n==creating a test.pew===\n\n", stdout);
   int status = project->pew_Create("test", 0);
   if (status == 0) status = project->pew_Open("test", 0, printMessage, nullptr, 0);

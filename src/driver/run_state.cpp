@@ -8,4 +8,5 @@ RunOptions runOptions;
 FileStringA projectPath;
 FileStringA textFilePath;
 RenamePackageA outputs;
+bool folderOutputAnnounced = false;
 FileStringA programName;

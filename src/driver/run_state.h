@@ -21,5 +21,7 @@ extern FileStringA projectPath;
 extern FileStringA textFilePath;
 // Builds and commits the output names when a project is rewritten.
 extern RenamePackageA outputs;
+// Set once a changing action on a folder has said where it saves.
+extern bool folderOutputAnnounced;
 // The running program's file name without folder and extension.
 extern FileStringA programName;

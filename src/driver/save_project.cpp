@@ -24,8 +24,9 @@ int saveProject(const char* message) {
   std::fputs("--------------\n", stderr);
   status = outputs.rnp_CloseOutputs(status);
   if (status != 0) {
-    std::fprintf(stderr, "%s was not saved and is unchanged: the new project could not be written\n",
-                 shownName(outputs.rnp_GetFileName(1)).c_str());
+    const char* reason = *outputs.rnp_GetError() ? outputs.rnp_GetError() : "the new project could not be written";
+    std::fprintf(stderr, "%s was not saved and is unchanged: %s\n", shownName(outputs.rnp_GetFileName(1)).c_str(),
+                 utfConvertors::convert_if_local_codepage(reason).c_str());
     return status;
   }
   if (message) std::printf("%s", utfConvertors::convert_if_local_codepage(message).c_str());

@@ -1,7 +1,5 @@
 #include "elevation_export.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -10,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "system/export_file.h"
 #include "system/file_string.h"
 #include "height_text.h"
 #include "text/utf_convertors.h"
@@ -121,10 +120,16 @@ int exportElevations(Vorlan& project, const char* fileName, unsigned format) {
     return 1;
   }
   const std::string shown = utfConvertors::convert_if_local_codepage(fileName);
-  FILE* stream = FileStringA::fs_CreateTextFile(fileName, 1);
-  if (!stream) {
-    std::fprintf(stderr, "cannot create output file %s\n", shown.c_str());
-    return 1;
+  ExportFile file;
+  switch (file.open(fileName, project.fileName().c_str())) {
+    case ExportFile::OpenResult::Opened:
+      break;
+    case ExportFile::OpenResult::IsProject:
+      std::fprintf(stderr, "cannot create output file %s: it is the project file\n", shown.c_str());
+      return 1;
+    case ExportFile::OpenResult::CannotCreate:
+      std::fprintf(stderr, "cannot create output file %s\n", shown.c_str());
+      return 1;
   }
   std::printf("Exporting elevations to %s in %s format...", shown.c_str(), format == kElevationAsc ? "asc" : "xyz");
   std::fflush(stdout);  // the line is completed only when the file is written
@@ -132,20 +137,15 @@ int exportElevations(Vorlan& project, const char* fileName, unsigned format) {
   int result;
   int error;
   {
-    TextWriter out(stream);
+    TextWriter out(file.stream());
     result = writeElevationGrid(out, *project.pew_get_elevations(), project.pew_get_gridsize(), format);
     error = out.close();
   }
-  errno = 0;
-  if (std::fclose(stream) != 0 && error == 0) error = errno ? errno : EIO;
+  // A half-written export is worse than none: the old file (or none) stays.
+  if (error == 0) error = file.finish(true);
   if (error != 0) {
-    // A half-written export is worse than none: remove it, unless the name
-    // is a device or the like that we merely wrote to.
-    struct stat info;
-    bool regular = stat(fileName, &info) == 0 && S_ISREG(info.st_mode);
-    if (regular) std::remove(fileName);
-    std::fprintf(stderr, "cannot write output file %s: %s%s\n", shown.c_str(), std::strerror(error),
-                 regular ? ", removed it" : "");
+    file.finish(false);
+    std::fprintf(stderr, "cannot write output file %s: %s\n", shown.c_str(), std::strerror(error));
     result = 1;
   }
   std::fputs("Done\n", stdout);

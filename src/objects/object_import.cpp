@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -201,9 +202,12 @@ int readObjectRecords(Vorlan& project, FILE* file, TextWriter& echo, const char*
 int importObjects(Vorlan& project, const char* fileName) {
   if (!confirmAction("Importing Objects")) return 1;
   std::string shownName = utfConvertors::convert_if_local_codepage(fileName);
-  FILE* file = FileStringA::fs_open_file(fileName);
+  std::string problem;
+  FILE* file = FileStringA::fs_open_file(fileName, &problem);
   if (!file) {
+    bool refused = errno == EINVAL;
     std::fprintf(stderr, "no such import file '%s'\n", shownName.c_str());
+    if (refused) std::fprintf(stderr, "'%s' %s\n", shownName.c_str(), problem.c_str());  // a device or a folder
     return 1;
   }
   int status;

@@ -1,13 +1,12 @@
 #include "template_export.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <string>
 
 #include "driver/console.h"
 #include "driver/program_entry.h"
+#include "system/export_file.h"
 #include "system/file_string.h"
 #include "text/utf_convertors.h"
 
@@ -41,13 +40,6 @@ struct LibraryWriter {
     std::fputs("};\r\n", out);
   }
 };
-
-// Removes a partly written library; never a device or anything else that
-// the name might stand for.
-void removeIfRegularFile(const char* name) {
-  struct stat info;
-  if (::stat(name, &info) == 0 && S_ISREG(info.st_mode)) ::unlink(name);
-}
 
 std::string shown(const char* text) { return utfConvertors::convert_if_local_codepage(text); }
 
@@ -223,15 +215,22 @@ int exportTemplates(Vorlan& project, const char* fileName, KelFileIO* io) {
   const char* name = fileName ? fileName : "";
   LibraryWriter w;
   std::printf("Exporting template to: %s\n", shown(name).c_str());
-  w.out = FileStringA::fs_CreateTextFile(name, 1);
-  if (!w.out) {
-    std::fprintf(stderr, "error: no output file %s\n", shown(name).c_str());
-    return 1;
+  ExportFile file;
+  switch (file.open(name, project.fileName().c_str())) {
+    case ExportFile::OpenResult::Opened:
+      break;
+    case ExportFile::OpenResult::IsProject:
+      std::fprintf(stderr, "error: no output file %s: it is the project file\n", shown(name).c_str());
+      return 1;
+    case ExportFile::OpenResult::CannotCreate:
+      std::fprintf(stderr, "error: no output file %s\n", shown(name).c_str());
+      return 1;
   }
+  w.out = file.stream();
   std::string title;
   formatText(title, "Vorlan %.2f: ObjectTemplate Library ", static_cast<double>(kProgramVersion));
   GenString banner;
-  long date = FileStringA().fs_GetFileDate(name);
+  long date = FileStringA().fs_GetFileDate(file.writingName());
   if (io) io->io_Banner(&banner, title.c_str(), date);
   else KelFileIO::io_Banner(&banner, title.c_str(), date);
   std::fputs(banner.Get(), w.out);
@@ -242,9 +241,9 @@ int exportTemplates(Vorlan& project, const char* fileName, KelFileIO* io) {
     writeTemplate(w, *t);
   w.closeClass();
 
-  if (std::ferror(w.out) | std::fclose(w.out)) {
+  if (std::ferror(w.out) || file.finish(true) != 0) {
+    file.finish(false);  // the old file, or none, stays
     std::fprintf(stderr, "error: cannot write %s\n", shown(name).c_str());
-    removeIfRegularFile(name);
     return 1;
   }
   std::printf("\ndone\n");

@@ -144,11 +144,14 @@ TEST(ConfirmAction, DeclinedLeavesTheOutputsAlone) {
   EXPECT_NE(std::string(outputs.rnp_GetFileName(1)), dir.file("other.pew"));
 }
 
-TEST(ConfirmAction, FolderThatCannotTakeFilesGivesZero) {
+TEST(ConfirmAction, FolderThatCannotTakeFilesGivesZeroAndSaysWhy) {
   projectPath.Set("/nonexistent-folder/map.pew");
   runOptions.yes = 1;
   StreamCapture out(stdout);
+  StreamCapture err(stderr);
   EXPECT_EQ(confirmAction("Reducing"), 0);
+  EXPECT_EQ(err.finish(), "cannot save the project: cannot add a file to /nonexistent-folder/: No such file or "
+                          "directory; the project is unchanged\n");
   out.finish();
   runOptions.yes = 0;
 }

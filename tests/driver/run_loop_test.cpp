@@ -1,6 +1,7 @@
 #include "driver/run_loop.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -418,6 +419,95 @@ TEST_F(SaveProjectTest, KilledDuringTheSaveLeavesTheOldOrTheNewProject) {
   out.finish();
   EXPECT_NE(readFileText(path), old);
   EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
+}
+
+
+// Starts the built tool in `dir` with both streams into one file, as
+// "vorlan ... > log 2>&1" does.
+pid_t startTool(const TempDir& dir, std::vector<std::string> words) {
+  std::string log = dir.file("log.txt");
+  pid_t child = fork();
+  if (child == 0) {
+    if (chdir(dir.path().c_str()) != 0) _exit(126);
+    int out = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    dup2(out, 1);
+    dup2(out, 2);
+    std::vector<char*> argv{const_cast<char*>(VORLAN_BINARY)};
+    for (auto& w : words) argv.push_back(w.data());
+    argv.push_back(nullptr);
+    execv(VORLAN_BINARY, argv.data());
+    _exit(127);
+  }
+  return child;
+}
+
+TEST(BuiltTool, CombinedLogKeepsTheTerminalsOrder) {
+  TempDir dir;
+  writeProject(dir.file("map.pew"), 2);
+  pid_t child = startTool(dir, {"-DOY", "map"});
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_EQ(status, 0);
+  std::string log = readFileText(dir.file("log.txt"));
+  std::vector<std::string> order = {"vorlan Version", "=======*", "Opening map.pew", "Project ", "Deleting Objects",
+                                    "Creating .map.pew.tmp-", "Objects Deleted"};
+  for (std::size_t i = 1; i < order.size(); ++i)
+    EXPECT_LT(log.find(order[i - 1]), log.find(order[i])) << order[i - 1] << " / " << order[i] << "\n" << log;
+}
+
+// The header label wider than every name makes the export pad without end:
+// an interrupt must take its temporary file with it.
+TEST(BuiltTool, InterruptedExportLeavesNoTemporaryFile) {
+  for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    TempDir dir;
+    writeProject(dir.file("map.pew"), 0);
+    pid_t child = startTool(dir, {"-E", "map", "out.txt"});
+    std::string temp = dir.file(".out.txt.tmp-" + std::to_string(child));
+    struct stat info;
+    while (stat(temp.c_str(), &info) != 0 || info.st_size == 0) sleepMicroseconds(1000);
+    kill(child, signal);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << signal;
+    EXPECT_FALSE(std::filesystem::exists(temp)) << signal;
+    EXPECT_FALSE(std::filesystem::exists(dir.file("out.txt"))) << signal;
+  }
+}
+
+// A run that changes a project holds it for its whole cycle; another such
+// run waits a while, then gives up without touching it. Reading is never
+// held up.
+TEST(RunLoop, ChangingRunsOnOneProjectExcludeEachOther) {
+  TempDir dir;
+  std::string path = writeProject(dir.file("map.pew"), 2);
+  std::string before = readFileText(path);
+  int held = open(path.c_str(), O_RDONLY);
+  ASSERT_EQ(flock(held, LOCK_EX), 0);
+  RunResult changing = runWith({"-DOY", path});
+  EXPECT_EQ(changing.status, 1);
+  EXPECT_NE(changing.err.find(path + " is being changed by another run: nothing was done"), std::string::npos);
+  EXPECT_EQ(readFileText(path), before);
+  EXPECT_EQ(runWith({"-LT", path}).status, 0);
+  close(held);
+  EXPECT_EQ(runWith({"-DOY", path}).status, 0);
+}
+
+// Only regular files are projects; pipes and devices are refused at once,
+// and an import text that is a pipe nobody writes to reads as empty.
+TEST(RunLoop, ProjectsAreRegularFilesAndPipesNeverHang) {
+  TempDir dir;
+  std::string path = writeProject(dir.file("map.pew"), 2);
+  std::string fifo = dir.file("fifo.pew");
+  std::string device = dir.file("device.pew");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0644), 0);
+  ASSERT_EQ(symlink("/dev/null", device.c_str()), 0);
+  for (auto [word, kind] : {std::pair<std::string, std::string>{fifo, "a pipe"}, {device, "a character device"}}) {
+    RunResult r = runWith({"-LT", word});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find(word + " is " + kind + ", not a project file\n"), std::string::npos) << r.err;
+  }
+  RunResult r = runWith({"-IOY", path, fifo});
+  EXPECT_EQ(r.status, 0) << r.err;
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "config/config_source.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -7,6 +9,7 @@
 #include <filesystem>
 
 #include "config/config_error.h"
+#include "system/input_file.h"
 #include "status.h"
 
 namespace {
@@ -44,9 +47,12 @@ std::unique_ptr<ConfigSource> ConfigSource::FromFile(const std::string& path, st
     *error = "is a folder, not a file";
     return nullptr;
   }
-  std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
+  int fd = openInputFile(path.c_str(), error);
+  if (fd < 0) return nullptr;
+  std::unique_ptr<std::FILE, FileCloser> file(fdopen(fd, "rb"));
   if (!file) {
     *error = std::strerror(errno);
+    ::close(fd);
     return nullptr;
   }
   std::size_t expected = 0;

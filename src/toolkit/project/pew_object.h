@@ -90,4 +90,11 @@ class PewObjects {
   std::size_t erased_ = 0;
   std::int64_t maxId_ = 0;  // highest object ID in the list; new IDs start at 1
   std::uint64_t changes_ = 0;
+  // Once the highest ID is taken, new IDs fill the gaps from the lowest up:
+  // the IDs held, sorted, and how far the search has come. Valid while the
+  // list has changed only by the additions that took those IDs.
+  std::vector<std::int32_t> gapIds_;
+  std::size_t gapIndex_ = 0;
+  std::int64_t gapCandidate_ = 0;
+  std::uint64_t gapChanges_ = ~std::uint64_t{0};
 };

@@ -19,26 +19,35 @@ void PewObjects::noteId(std::int32_t id) { maxId_ = std::max<std::int64_t>(maxId
 
 std::int32_t PewObjects::freshId() {
   if (maxId_ < INT32_MAX) return static_cast<std::int32_t>(maxId_ + 1);
-  // The highest ID is taken: find the lowest non-negative ID nobody holds.
-  std::vector<std::int32_t> ids;
-  forEachSlot([&](const PewObject& o) {
-    if (o.refersToTemplate()) ids.push_back(o.objectId);  // deleted slots carry no ID
-  });
-  std::sort(ids.begin(), ids.end());
-  std::int32_t candidate = 0;
-  for (std::int32_t id : ids) {
-    if (id < candidate) continue;
-    if (id > candidate) break;
-    ++candidate;
+  // The highest ID is taken: the lowest non-negative ID nobody holds. The
+  // held IDs are gathered and sorted once; later calls go on from where the
+  // last one stopped, so that adding many objects stays linear.
+  if (gapChanges_ != changes_) {
+    gapIds_.clear();
+    forEachSlot([&](const PewObject& o) {
+      if (o.refersToTemplate()) gapIds_.push_back(o.objectId);  // deleted slots carry no ID
+    });
+    std::sort(gapIds_.begin(), gapIds_.end());
+    gapIndex_ = 0;
+    gapCandidate_ = 0;
   }
-  return candidate;
+  while (gapIndex_ < gapIds_.size() && gapIds_[gapIndex_] <= gapCandidate_) {
+    if (gapIds_[gapIndex_] == gapCandidate_) ++gapCandidate_;
+    ++gapIndex_;
+  }
+  return static_cast<std::int32_t>(gapCandidate_);
 }
 
 PewObject* PewObjects::AddPewObject() {
   std::int32_t id = freshId();
+  bool fillingGaps = maxId_ == INT32_MAX;
   PewObject* o = appendRecord();
   o->objectId = id;
   noteId(id);
+  if (fillingGaps) {
+    ++gapCandidate_;  // taken now
+    gapChanges_ = changes_;
+  }
   return o;
 }
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "system/file_string.h"
+#include "system/temporary_files.h"
 
 namespace {
 
@@ -25,11 +26,19 @@ std::string resolved(const char* name) {
   return realpath(name, buffer) ? std::string(buffer) : std::string(name);
 }
 
+std::string folderOf(const std::string& path) {
+  std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "" : path.substr(0, slash + 1);
+}
+
+std::string temporaryPrefix(const std::string& target) {
+  std::string folder = folderOf(target);
+  return "." + target.substr(folder.size()) + ".tmp-";
+}
+
 // A name beside `target` that nothing holds yet.
 std::string temporaryNameFor(const std::string& target) {
-  std::size_t slash = target.rfind('/');
-  std::string folder = slash == std::string::npos ? "" : target.substr(0, slash + 1);
-  std::string base = folder + "." + target.substr(folder.size()) + ".tmp-" + std::to_string(getpid());
+  std::string base = folderOf(target) + temporaryPrefix(target) + std::to_string(getpid());
   std::string name = base;
   struct stat info;
   for (int counter = 2; lstat(name.c_str(), &info) == 0; ++counter) name = base + "-" + std::to_string(counter);
@@ -54,12 +63,22 @@ int syncFile(const std::string& name) {
 
 // Makes the rename itself durable; best effort, as the file is in place.
 void syncFolderOf(const std::string& target) {
-  std::size_t slash = target.rfind('/');
-  std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : target.substr(0, slash);
-  int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  std::string folder = folderOf(target);
+  int fd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) return;
   ::fsync(fd);
   ::close(fd);
+}
+
+// Replacing a file by renaming over it needs only the folder's permission;
+// writing it in place would need the file's. Ask for the latter, so that a
+// file this user may not write is refused as it would be without the
+// temporary file.
+bool writable(const char* name) {
+  int fd = ::open(name, O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return false;
+  ::close(fd);
+  return true;
 }
 
 }  // namespace
@@ -70,19 +89,31 @@ ExportFile::~ExportFile() {
 
 ExportFile::OpenResult ExportFile::open(const char* name, const char* projectFile) {
   if (stream_) finish(false);
+  if (!name || !*name) return OpenResult::CannotCreate;
   struct stat info;
   bool exists = stat(name, &info) == 0;
   if (exists && sameFile(info, projectFile)) return OpenResult::IsProject;
 
   if (!exists || S_ISREG(info.st_mode)) {
+    if (exists && !writable(name)) return OpenResult::CannotCreate;
     target_ = exists ? resolved(name) : std::string(name);
     std::string temporary = temporaryNameFor(target_);
+    holdTemporary(temporary);
     stream_ = FileStringA::fs_CreateTextFile(temporary.c_str(), 1);
     if (stream_) {
       temporary_ = temporary;
-      if (exists) chmod(temporary_.c_str(), info.st_mode & 07777);  // the file keeps its permissions
+      if (exists) {
+        // The file keeps its permissions and, where this user may set them,
+        // its owner and group.
+        if (chown(temporary_.c_str(), info.st_uid, info.st_gid) != 0 &&
+            chown(temporary_.c_str(), static_cast<uid_t>(-1), info.st_gid) != 0) {
+          // not ours to give away: the file becomes this user's
+        }
+        chmod(temporary_.c_str(), info.st_mode & 07777);
+      }
       return OpenResult::Opened;
     }
+    releaseTemporary(temporary);
   }
 
   // A device or pipe, or a folder that takes no temporary file: write the
@@ -106,10 +137,13 @@ int ExportFile::finish(bool keep) {
     if (error == 0 && std::rename(temporary_.c_str(), target_.c_str()) != 0) error = errno;
     if (error == 0) syncFolderOf(target_);
   }
+  bool replaced = keep && error == 0 && !temporary_.empty();
   if (!keep || error != 0) {
     if (!temporary_.empty()) unlink(temporary_.c_str());
     else if (created_) unlink(target_.c_str());
   }
+  if (!temporary_.empty()) releaseTemporary(temporary_);
+  if (replaced) removeStaleTemporaries(folderOf(target_), temporaryPrefix(target_));
   temporary_.clear();
   created_ = false;
   return error;

@@ -3,11 +3,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <string_view>
 
 #include "system/buffered_file.h"
+#include "system/input_file.h"
 #include "text/utf_convertors.h"
 
 namespace {
@@ -99,7 +101,16 @@ FILE* FileStringA::fs_CreateTextFile(const char* name, int) {
   return name ? openBufferedWriter(name) : nullptr;
 }
 
-FILE* FileStringA::fs_open_file(const char* name) { return name ? std::fopen(name, "rb") : nullptr; }
+FILE* FileStringA::fs_open_file(const char* name, std::string* problem) {
+  int fd = openInputFile(name, problem);
+  if (fd < 0) return nullptr;
+  FILE* file = fdopen(fd, "rb");
+  if (!file) {
+    if (problem) *problem = std::strerror(errno);
+    close(fd);
+  }
+  return file;
+}
 
 long FileStringA::fs_GetFileDate(const char* name) const {
   struct stat info;

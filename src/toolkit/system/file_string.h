@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdio>
+#include <string>
 
 #include "text/cstring8.h"
 
@@ -50,8 +51,10 @@ class FileStringA : public CString8 {
   // buffer; null when it cannot be created. Close it with fclose. The
   // second argument is unused (1).
   static FILE* fs_CreateTextFile(const char* name, int mode);
-  // Opens `name` for binary reading; null when it cannot be opened.
-  static FILE* fs_open_file(const char* name);
+  // Opens `name` for binary reading; null when it cannot be opened or is
+  // not a regular file or pipe (input_file.h), with the reason in `problem`
+  // when given.
+  static FILE* fs_open_file(const char* name, std::string* problem = nullptr);
   // Modification time of `name` (the string itself when null) in seconds
   // since the epoch; 0 when the file cannot be examined.
   long fs_GetFileDate(const char* name) const;

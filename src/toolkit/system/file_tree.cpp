@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 namespace {
@@ -45,16 +46,32 @@ int FileTreeEx::ft_OpenDirNew(const char* folder, const char* pattern, int) {
   entries_.clear();
   current_ = 0;
   std::string base = folder ? folder : "";
+  error_.clear();
   DIR* dir = opendir(base.empty() ? "." : base.c_str());
-  if (!dir) return -1;
+  if (!dir) {
+    error_ = (base.empty() ? std::string(".") : base) + ": " + std::strerror(errno);
+    return -1;
+  }
   std::string prefix = base;
   if (!prefix.empty() && prefix.back() != '/') prefix += '/';
-  while (dirent* item = readdir(dir)) {
+  for (;;) {
+    errno = 0;
+    dirent* item = readdir(dir);
+    if (!item) {
+      // A listing cut short must not pass for the whole folder.
+      if (errno != 0) error_ = (base.empty() ? std::string(".") : base) + ": " + std::strerror(errno);
+      break;
+    }
     const char* name = item->d_name;
     if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
     std::string path = prefix + name;
     struct stat info;
-    if (lstat(path.c_str(), &info) != 0) continue;
+    if (lstat(path.c_str(), &info) != 0) {
+      // An entry that cannot be examined (a folder without search
+      // permission, a path too long): the walk would miss a project.
+      error_ = path + ": " + std::strerror(errno);
+      break;
+    }
     if (S_ISDIR(info.st_mode)) {
       entries_.push_back({name, path, true});
       continue;
@@ -64,6 +81,10 @@ int FileTreeEx::ft_OpenDirNew(const char* folder, const char* pattern, int) {
     if (S_ISREG(info.st_mode)) entries_.push_back({name, path, false});
   }
   closedir(dir);
+  if (!error_.empty()) {
+    entries_.clear();
+    return -1;
+  }
   std::sort(entries_.begin(), entries_.end(),
             [](const Entry& a, const Entry& b) { return a.name < b.name; });
   return entries_.empty() ? 0 : 1;

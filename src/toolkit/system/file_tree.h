@@ -15,8 +15,11 @@
 class FileTreeEx {
  public:
   // Lists `folder`. Returns 1 when the first entry is ready, 0 when there is
-  // none, -1 when the folder cannot be read. `flags` is unused (0).
+  // none, -1 when the folder, or one of its entries, cannot be read
+  // (ft_GetError says which and why). `flags` is unused (0).
   int ft_OpenDirNew(const char* folder, const char* pattern, int flags);
+  // "<path>: <the system's reason>" after a failed listing, else "".
+  const char* ft_GetError() const { return error_.c_str(); }
   // Non-zero when the current entry is a folder.
   int ft_IsDir() const;
   // The full path (folder, '/', name) of the current entry; "" when no
@@ -36,4 +39,5 @@ class FileTreeEx {
   };
   std::vector<Entry> entries_;
   std::size_t current_ = 0;
+  std::string error_;
 };

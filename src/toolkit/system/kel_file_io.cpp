@@ -9,6 +9,8 @@
 #include <ctime>
 #include <string>
 
+#include "system/input_file.h"
+
 namespace {
 constexpr std::size_t kReadBlock = std::size_t{1} << 20;
 constexpr const char* kRule = "//------------------------------------------------------------------------\r\n";
@@ -17,7 +19,7 @@ constexpr const char* kRule = "//-----------------------------------------------
 int KelFileIO::io_OpenFile(const char* name, void*, int) {
   std::vector<char>().swap(data_);
   if (!name) return 0;
-  int fd = open(name, O_RDONLY | O_CLOEXEC);
+  int fd = openInputFile(name, nullptr);
   if (fd < 0) return 0;
   // A regular file is read into a buffer of its own size (plus room to see
   // the end); anything else, and a file that grows meanwhile, in blocks that

@@ -9,7 +9,8 @@
 
 class KelFileIO {
  public:
-  // Reads all of `name` into memory, followed by a terminating zero byte.
+  // Reads all of `name` (a regular file or a pipe, see input_file.h) into
+  // memory, followed by a terminating zero byte.
   // Non-zero on success; on failure nothing is held. The pointer and the
   // flags are unused (nullptr, 1).
   int io_OpenFile(const char* name, void* reserved, int flags);

@@ -1,9 +1,9 @@
 #include "system/rename_package.h"
 
-#include <dirent.h>
 #include <fcntl.h>
-#include <signal.h>
+#include <limits.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +13,7 @@
 
 #include "system/file_string.h"
 #include "status.h"
+#include "system/temporary_files.h"
 
 namespace {
 
@@ -83,43 +84,31 @@ bool copyFile(const std::string& from, const std::string& to) {
   return ok;
 }
 
-// True for "<pid>" or "<pid>-<counter>" (the endings freeName gives), with the
-// pid in `pid`.
-bool parseOwner(const char* text, long* pid) {
-  char* end = nullptr;
-  if (*text < '1' || *text > '9') return false;
-  errno = 0;
-  *pid = std::strtol(text, &end, 10);
-  if (errno != 0 || *pid <= 0) return false;
-  if (*end == '-') {
-    const char* counter = end + 1;
-    if (*counter < '1' || *counter > '9') return false;
-    std::strtol(counter, &end, 10);
+// Gives the new file `fd` the old file's owner and group (where this user
+// may: root any, others a group they belong to), its permissions, and its
+// extended attributes (those this user may set).
+void keepOwnership(int fd, const std::string& old, const struct stat& info) {
+  if (fchown(fd, info.st_uid, info.st_gid) != 0 && fchown(fd, static_cast<uid_t>(-1), info.st_gid) != 0) {
+    // not ours to give away: the file becomes this user's
   }
-  return *end == '\0';
+  fchmod(fd, info.st_mode & 07777);  // after chown, which may clear set-id bits
+  ssize_t size = listxattr(old.c_str(), nullptr, 0);
+  if (size <= 0) return;
+  std::vector<char> names(static_cast<std::size_t>(size));
+  size = listxattr(old.c_str(), names.data(), names.size());
+  for (ssize_t at = 0; at < size; at += static_cast<ssize_t>(std::strlen(names.data() + at)) + 1) {
+    const char* name = names.data() + at;
+    ssize_t length = getxattr(old.c_str(), name, nullptr, 0);
+    if (length < 0) continue;
+    std::vector<char> value(static_cast<std::size_t>(length));
+    length = getxattr(old.c_str(), name, value.data(), value.size());
+    if (length >= 0) fsetxattr(fd, name, value.data(), static_cast<std::size_t>(length), 0);
+  }
 }
 
-// Removes what killed runs left of their own in `folder` for `fileName`: the
-// temporary project ".<name>.tmp-<pid>" and the backup staging name
-// ".<name>.bak.tmp-<pid>" (either with a counter), but only regular files
-// whose process no longer exists. A process of another user counts as
-// existing, and this process's own names are left to it.
-void removeStaleTemporaries(const std::string& folder, const std::string& fileName) {
-  DIR* dir = opendir(folder.empty() ? "." : folder.c_str());
-  if (!dir) return;
-  const std::string patterns[] = {"." + fileName + ".tmp-", "." + fileName + ".bak.tmp-"};
-  while (const dirent* entry = readdir(dir)) {
-    const char* name = entry->d_name;
-    for (const std::string& pattern : patterns) {
-      long pid = 0;
-      if (std::strncmp(name, pattern.c_str(), pattern.size()) != 0 || !parseOwner(name + pattern.size(), &pid)) continue;
-      if (pid == getpid() || kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH) continue;
-      std::string path = folder + name;
-      struct stat info;
-      if (lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode)) unlink(path.c_str());
-    }
-  }
-  closedir(dir);
+std::string folderOf(const std::string& path) {
+  std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "" : path.substr(0, slash + 1);
 }
 
 }  // namespace
@@ -127,27 +116,44 @@ void removeStaleTemporaries(const std::string& folder, const std::string& fileNa
 RenamePackageA::~RenamePackageA() { discard(); }
 
 void RenamePackageA::discard() {
-  if (pending_) unlink(temp_.c_str());
+  if (pending_) {
+    unlink(temp_.c_str());
+    releaseTemporary(temp_);
+  }
   pending_ = false;
+}
+
+bool RenamePackageA::fail(const std::string& what, int error) {
+  error_ = what + ": " + std::strerror(error);
+  return false;
 }
 
 int RenamePackageA::rnp_BuildOutputs(int backup, const char* path, const char* ext, void*, void*) {
   discard();
   named_ = false;
-  if (!path || !*path) return 0;
+  error_.clear();
+  if (!path || !*path) return fail("no project name", EINVAL);
   FileStringA name(path);
   name.fs_AddExt(ext, 0);
   final_ = name.Get();
-  std::size_t slash = final_.rfind('/');
-  folder_ = slash == std::string::npos ? "" : final_.substr(0, slash + 1);
-  std::string fileName = final_.substr(folder_.size());
-  if (fileName.empty()) return 0;
+  if (final_.substr(folderOf(final_).size()).empty()) return fail(final_, EISDIR);
 
+  // A link is followed to the file it leads to, which the rename replaces.
+  target_ = final_;
   struct stat info;
-  if (stat(final_.c_str(), &info) == 0 && !S_ISREG(info.st_mode)) return 0;
-  if (access(folder_.empty() ? "." : folder_.c_str(), W_OK | X_OK) != 0) return 0;
+  if (lstat(final_.c_str(), &info) == 0 && S_ISLNK(info.st_mode)) {
+    char resolved[PATH_MAX];
+    if (!realpath(final_.c_str(), resolved)) return fail(final_ + " is a link that leads nowhere", errno);
+    target_ = resolved;
+  }
+  if (stat(target_.c_str(), &info) == 0 && !S_ISREG(info.st_mode))
+    return fail(final_ + " exists and is not a regular file", S_ISDIR(info.st_mode) ? EISDIR : EINVAL);
+  folder_ = folderOf(target_);
+  if (access(folder_.empty() ? "." : folder_.c_str(), W_OK | X_OK) != 0)
+    return fail("cannot add a file to " + (folder_.empty() ? std::string(".") : folder_), errno);
 
-  temp_ = freeName(folder_, "." + fileName + ".tmp");
+  temp_ = freeName(folder_, "." + target_.substr(folder_.size()) + ".tmp");
+  holdTemporary(temp_);
   backupName_ = final_ + ".bak";
   backup_ = backup != 0;
   named_ = pending_ = true;
@@ -161,22 +167,28 @@ const char* RenamePackageA::rnp_GetFileName(int index) const {
   return "";
 }
 
-bool RenamePackageA::makeBackup() const {
+bool RenamePackageA::makeBackup() {
   // Stage the old file under a name of our own first, by a hard link (or a
   // copy where links are not possible), then move it onto the backup name:
   // the project's name never stops holding the old file, and an older
   // backup is replaced in one step.
-  std::string staging = freeName(folder_, "." + final_.substr(folder_.size()) + ".bak.tmp");
-  if (link(final_.c_str(), staging.c_str()) != 0 && !copyFile(final_, staging)) return false;
-  if (rename(staging.c_str(), backupName_.c_str()) != 0) {
+  std::string backupFolder = folderOf(backupName_);
+  std::string staging = freeName(backupFolder, "." + backupName_.substr(backupFolder.size()) + ".tmp");
+  holdTemporary(staging);
+  bool ok = link(target_.c_str(), staging.c_str()) == 0 || copyFile(target_, staging);
+  if (!ok) fail("cannot keep the old project as " + backupName_, errno);
+  if (ok && rename(staging.c_str(), backupName_.c_str()) != 0) {
+    fail("cannot keep the old project as " + backupName_, errno);
     unlink(staging.c_str());
-    return false;
+    ok = false;
   }
-  return true;
+  releaseTemporary(staging);
+  return ok;
 }
 
 int RenamePackageA::rnp_CloseOutputs(int status) {
-  if (!pending_) return status != status::kOk ? status : status::kCannotWrite;
+  error_.clear();
+  if (!pending_) return status != status::kOk ? status : (fail("nothing was prepared", EINVAL), status::kCannotWrite);
   if (status != status::kOk) {
     discard();
     return status;
@@ -185,20 +197,29 @@ int RenamePackageA::rnp_CloseOutputs(int status) {
   int fd = open(temp_.c_str(), O_RDONLY | O_CLOEXEC);
   struct stat written;
   bool ok = fd >= 0 && fstat(fd, &written) == 0 && S_ISREG(written.st_mode);
+  if (!ok) fail("the new project is missing", fd < 0 ? errno : EINVAL);
   struct stat old;
-  bool oldExists = stat(final_.c_str(), &old) == 0;
-  if (ok && oldExists) fchmod(fd, old.st_mode & 07777);  // keep the project's permissions
-  if (ok) ok = syncFile(fd);
+  bool oldExists = stat(target_.c_str(), &old) == 0;
+  if (ok && oldExists) keepOwnership(fd, target_, old);
+  if (ok && !syncFile(fd)) ok = fail("cannot write the new project to disk", errno);
   if (fd >= 0) close(fd);
 
-  if (ok && backup_ && oldExists) ok = makeBackup();
-  if (ok) ok = rename(temp_.c_str(), final_.c_str()) == 0;
+  // The backup keeps the project as it was before this package first
+  // replaced it: later saves of the same run leave it alone.
+  bool firstSave = backedUp_.insert(backupName_).second;
+  if (ok && backup_ && oldExists && firstSave) ok = makeBackup();
+  if (ok && rename(temp_.c_str(), target_.c_str()) != 0) ok = fail("cannot replace " + final_, errno);
   if (!ok) {
+    if (firstSave) backedUp_.erase(backupName_);  // the project is unchanged: the next save backs up
     discard();
     return status::kCannotWrite;
   }
+  releaseTemporary(temp_);
   pending_ = false;
-  removeStaleTemporaries(folder_, final_.substr(folder_.size()));
+  std::string fileName = target_.substr(folder_.size());
+  removeStaleTemporaries(folder_, "." + fileName + ".tmp-");
+  std::string backupFolder = folderOf(backupName_);
+  removeStaleTemporaries(backupFolder, "." + backupName_.substr(backupFolder.size()) + ".tmp-");
   syncFolder(folder_);
   return status::kOk;
 }

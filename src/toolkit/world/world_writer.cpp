@@ -11,6 +11,7 @@
 #include "system/byte_sink.h"
 #include "world/morvik.h"
 #include "status.h"
+#include "system/temporary_files.h"
 #include "world/world_format.h"
 
 namespace {
@@ -104,16 +105,22 @@ int Morvik::wrp_Create(const char* name, int version) {
     report("%s: cannot write the world file: cannot create %s: %s\n", file, temporary.c_str(), std::strerror(e));
     return status::kCannotWrite;
   }
+  holdTemporary(temporary);  // an interrupt removes it
   encode(*out);
   e = out->sync();
   int closed = out->close();
   if (e == 0) e = closed;
   if (e == 0 && ::rename(temporary.c_str(), file) != 0) e = errno;
+  if (e != 0) ::unlink(temporary.c_str());
+  releaseTemporary(temporary);
   if (e != 0) {
-    ::unlink(temporary.c_str());
     report("%s: cannot write the world file: %s\n", file, std::strerror(e));
     return status::kCannotWrite;
   }
+  // Temporary files of killed runs for this world ("<name>.<pid>-<n>.tmp").
+  std::size_t slash = target.find_last_of('/');
+  std::string folder = slash == std::string::npos ? "" : target.substr(0, slash + 1);
+  removeStaleTemporaries(folder, target.substr(folder.size()) + ".", ".tmp");
   syncFolderOf(target);
   return status::kOk;
 }

@@ -1,6 +1,7 @@
 #include "system/file_tree.h"
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -55,6 +56,27 @@ TEST(FileTreeEx, EmptyAndUnreadableFolders) {
   EXPECT_EQ(opened, -1);
   list(dir.file("readme.txt"), opened);
   EXPECT_EQ(opened, -1);
+  // A folder that can be listed but whose entries cannot be looked at (read
+  // permission without search permission) is a failure, not an empty folder.
+  std::string locked = dir.file("locked");
+  mkdir(locked.c_str(), 0755);
+  writeFileText(locked + "/a.pew", "");
+  chmod(locked.c_str(), 0444);
+  chmod(dir.path().c_str(), 0755);  // mkdtemp's 0700 would keep the other user out of everything
+  if (geteuid() == 0 && chown(locked.c_str(), 65534, 65534) != 0) GTEST_SKIP();
+  pid_t child = fork();
+  if (child == 0) {
+    if (geteuid() == 0 && setuid(65534) != 0) _exit(2);
+    FileTreeEx tree;
+    _exit(tree.ft_OpenDirNew(locked.c_str(), "*.pew", 0) == -1 &&
+                  std::string(tree.ft_GetError()) == locked + "/a.pew: Permission denied"
+              ? 0
+              : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  chmod(locked.c_str(), 0755);
 }
 
 TEST(FileTreeEx, PatternMatching) {

@@ -1,6 +1,7 @@
 #include "system/rename_package.h"
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -77,7 +78,8 @@ TEST_F(RenamePackageTest, KeepsTheProjectsPermissions) {
   EXPECT_EQ(info.st_mode & 0777, 0640u);
 }
 
-TEST_F(RenamePackageTest, BackupKeepsTheOldProjectAndReplacesAnOlderBackup) {
+// One run that saves twice (-ROTB) still keeps the project as it was before the run.
+TEST_F(RenamePackageTest, BackupKeepsTheProjectOfBeforeTheRunAndReplacesAnOlderBackup) {
   writeFileText(project + ".bak", "older backup");
   RenamePackageA outputs;
   write(outputs, 1, "second");
@@ -87,8 +89,38 @@ TEST_F(RenamePackageTest, BackupKeepsTheOldProjectAndReplacesAnOlderBackup) {
   write(outputs, 1, "third");
   ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
   EXPECT_EQ(readFileText(project), "third");
-  EXPECT_EQ(readFileText(project + ".bak"), "second");
+  EXPECT_EQ(readFileText(project + ".bak"), "old project");
   EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"map.pew", "map.pew.bak"}));
+}
+
+// Saving through a link writes the file it leads to; the new file keeps the
+// old one's owner, group, permissions and extended attributes.
+TEST_F(RenamePackageTest, SaveThroughALinkKeepsTheLinkAndWhatTheFileCarries) {
+  std::filesystem::create_directory(dir.file("real"));
+  std::string target = dir.file("real/map.pew");
+  std::filesystem::rename(project, target);
+  ASSERT_EQ(symlink("real/map.pew", project.c_str()), 0);
+  chmod(target.c_str(), 0640);
+  bool owned = geteuid() == 0 && chown(target.c_str(), 4321, 4322) == 0;
+  bool tagged = setxattr(target.c_str(), "user.vorlan", "kept", 4, 0) == 0;
+  RenamePackageA outputs;
+  write(outputs, 0, "new");
+  EXPECT_EQ(std::filesystem::path(outputs.rnp_GetFileName(3)).parent_path(), dir.file("real"));
+  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
+  EXPECT_TRUE(std::filesystem::is_symlink(project));
+  EXPECT_EQ(readFileText(target), "new");
+  struct stat info;
+  ASSERT_EQ(stat(target.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0640u);
+  if (owned) {
+    EXPECT_EQ(std::make_pair(info.st_uid, info.st_gid), std::make_pair(4321u, 4322u));
+  }
+  char value[8] = {};
+  if (tagged) {
+    EXPECT_EQ(getxattr(target.c_str(), "user.vorlan", value, sizeof value), 4);
+  }
+  EXPECT_STREQ(value, tagged ? "kept" : "");
+  EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"map.pew", "real"}));
 }
 
 TEST_F(RenamePackageTest, BackupOfAProjectNotYetOnDiskIsSkipped) {

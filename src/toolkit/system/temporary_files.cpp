@@ -1,0 +1,105 @@
+#include "system/temporary_files.h"
+
+#include <dirent.h>
+#include <limits.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// A fixed table, so that the signal handler only reads memory that is never
+// freed or moved. A slot is filled before it is marked used and marked free
+// before it is reused.
+constexpr int kSlots = 8;
+struct Slot {
+  std::atomic<bool> used{false};
+  char path[PATH_MAX];
+};
+Slot slots[kSlots];
+
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+bool handlersInstalled = false;
+
+void removeAndResend(int signal) {
+  int saved = errno;
+  for (Slot& slot : slots)
+    if (slot.used.load()) unlink(slot.path);
+  errno = saved;
+  // End the way the signal would have ended us without the handler.
+  struct sigaction action {};
+  action.sa_handler = SIG_DFL;
+  sigemptyset(&action.sa_mask);
+  sigaction(signal, &action, nullptr);
+  raise(signal);
+}
+
+void installHandlers() {
+  handlersInstalled = true;
+  struct sigaction action {};
+  action.sa_handler = removeAndResend;
+  sigemptyset(&action.sa_mask);
+  for (int s : kSignals) sigaddset(&action.sa_mask, s);  // one cleanup at a time
+  for (int s : kSignals) {
+    struct sigaction previous {};
+    if (sigaction(s, nullptr, &previous) != 0 || previous.sa_handler == SIG_IGN) continue;
+    sigaction(s, &action, nullptr);
+  }
+}
+
+// True for "<pid>" or "<pid>-<counter>", with the pid in `pid`.
+bool parseOwner(const std::string& text, long* pid) {
+  const char* start = text.c_str();
+  char* end = nullptr;
+  if (*start < '1' || *start > '9') return false;
+  errno = 0;
+  *pid = std::strtol(start, &end, 10);
+  if (errno != 0 || *pid <= 0) return false;
+  if (*end == '-') {
+    const char* counter = end + 1;
+    if (*counter < '0' || *counter > '9') return false;
+    std::strtol(counter, &end, 10);
+  }
+  return *end == '\0';
+}
+
+}  // namespace
+
+void holdTemporary(const std::string& path) {
+  if (path.size() >= PATH_MAX) return;
+  if (!handlersInstalled) installHandlers();
+  for (Slot& slot : slots) {
+    if (slot.used.load()) continue;
+    std::memcpy(slot.path, path.c_str(), path.size() + 1);
+    slot.used.store(true);
+    return;
+  }
+}
+
+void releaseTemporary(const std::string& path) {
+  for (Slot& slot : slots)
+    if (slot.used.load() && path == slot.path) slot.used.store(false);
+}
+
+void removeStaleTemporaries(const std::string& folder, const std::string& prefix, const std::string& suffix) {
+  DIR* dir = opendir(folder.empty() ? "." : folder.c_str());
+  if (!dir) return;
+  while (const dirent* entry = readdir(dir)) {
+    std::string name = entry->d_name;
+    if (name.size() <= prefix.size() + suffix.size() || name.compare(0, prefix.size(), prefix) != 0 ||
+        name.compare(name.size() - suffix.size(), suffix.size(), suffix) != 0)
+      continue;
+    long pid = 0;
+    if (!parseOwner(name.substr(prefix.size(), name.size() - prefix.size() - suffix.size()), &pid)) continue;
+    if (pid == getpid() || kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH) continue;
+    std::string path = folder + name;
+    struct stat info;
+    if (lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode)) unlink(path.c_str());
+  }
+  closedir(dir);
+}
