@@ -125,7 +125,8 @@ int exportElevations(Vorlan& project, const char* fileName, unsigned format) {
     case ExportFile::OpenResult::Opened:
       break;
     case ExportFile::OpenResult::IsProject:
-      std::fprintf(stderr, "cannot create output file %s: it is the project file\n", shown.c_str());
+      std::fprintf(stderr, "cannot create output file %s\n", shown.c_str());
+      std::fprintf(stderr, "%s is the open project: an export never writes over it\n", shown.c_str());
       return 1;
     case ExportFile::OpenResult::CannotCreate:
       std::fprintf(stderr, "cannot create output file %s\n", shown.c_str());

@@ -256,7 +256,8 @@ int exportObjects(Vorlan& project, const char* fileName, const ObjectLayout& lay
     case ExportFile::OpenResult::Opened:
       break;
     case ExportFile::OpenResult::IsProject:
-      std::fprintf(stderr, "cannot create output file %s: it is the project file\n", shownName.c_str());
+      std::fprintf(stderr, "cannot create output file %s\n", shownName.c_str());
+      std::fprintf(stderr, "%s is the open project: an export never writes over it\n", shownName.c_str());
       return 1;
     case ExportFile::OpenResult::CannotCreate:
       std::fprintf(stderr, "cannot create output file %s\n", shownName.c_str());

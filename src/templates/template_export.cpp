@@ -220,7 +220,8 @@ int exportTemplates(Vorlan& project, const char* fileName, KelFileIO* io) {
     case ExportFile::OpenResult::Opened:
       break;
     case ExportFile::OpenResult::IsProject:
-      std::fprintf(stderr, "error: no output file %s: it is the project file\n", shown(name).c_str());
+      std::fprintf(stderr, "error: no output file %s\n", shown(name).c_str());
+      std::fprintf(stderr, "%s is the open project: an export never writes over it\n", shown(name).c_str());
       return 1;
     case ExportFile::OpenResult::CannotCreate:
       std::fprintf(stderr, "error: no output file %s\n", shown(name).c_str());

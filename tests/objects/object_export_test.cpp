@@ -282,7 +282,7 @@ TEST(ObjectExport, FilesThatCannotBeWrittenLeaveEverythingAsItWas) {
   for (const std::string& name : {p.path(), link}) {
     StreamCapture err(stderr);
     EXPECT_EQ(exportObjects(p.get(), name.c_str(), ObjectLayout{}), 1);
-    EXPECT_EQ(err.finish(), "cannot create output file " + name + ": it is the project file\n");
+    EXPECT_EQ(err.finish(), "cannot create output file " + name + "\n" + name + " is the open project: an export never writes over it\n");
   }
   EXPECT_TRUE(p.unchanged());
   EXPECT_EQ(p.folderContent(), (std::vector<std::string>{"link.txt", "map.pew"}));
