@@ -188,7 +188,11 @@ bool RenamePackageA::makeBackup() {
 
 int RenamePackageA::rnp_CloseOutputs(int status) {
   error_.clear();
-  if (!pending_) return status != status::kOk ? status : (fail("nothing was prepared", EINVAL), status::kCannotWrite);
+  if (!pending_) {
+    if (status != status::kOk) return status;
+    fail("nothing was prepared", EINVAL);
+    return status::kCannotWrite;
+  }
   if (status != status::kOk) {
     discard();
     return status;
