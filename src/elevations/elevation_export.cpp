@@ -121,17 +121,7 @@ int exportElevations(Vorlan& project, const char* fileName, unsigned format) {
   }
   const std::string shown = utfConvertors::convert_if_local_codepage(fileName);
   ExportFile file;
-  switch (file.open(fileName, project.fileName().c_str())) {
-    case ExportFile::OpenResult::Opened:
-      break;
-    case ExportFile::OpenResult::IsProject:
-      std::fprintf(stderr, "cannot create output file %s\n", shown.c_str());
-      std::fprintf(stderr, "%s is the open project: an export never writes over it\n", shown.c_str());
-      return 1;
-    case ExportFile::OpenResult::CannotCreate:
-      std::fprintf(stderr, "cannot create output file %s\n", shown.c_str());
-      return 1;
-  }
+  if (!file.openOrSay(fileName, project.fileName().c_str(), "cannot create output file %s\n")) return 1;
   std::printf("Exporting elevations to %s in %s format...", shown.c_str(), format == kElevationAsc ? "asc" : "xyz");
   std::fflush(stdout);  // the line is completed only when the file is written
 

@@ -252,17 +252,7 @@ int exportObjects(Vorlan& project, const char* fileName, const ObjectLayout& lay
 
   std::string shownName = utfConvertors::convert_if_local_codepage(fileName);
   ExportFile file;
-  switch (file.open(fileName, project.fileName().c_str())) {
-    case ExportFile::OpenResult::Opened:
-      break;
-    case ExportFile::OpenResult::IsProject:
-      std::fprintf(stderr, "cannot create output file %s\n", shownName.c_str());
-      std::fprintf(stderr, "%s is the open project: an export never writes over it\n", shownName.c_str());
-      return 1;
-    case ExportFile::OpenResult::CannotCreate:
-      std::fprintf(stderr, "cannot create output file %s\n", shownName.c_str());
-      return 1;
-  }
+  if (!file.openOrSay(fileName, project.fileName().c_str(), "cannot create output file %s\n")) return 1;
 
   int status, error;
   {

@@ -216,17 +216,7 @@ int exportTemplates(Vorlan& project, const char* fileName, KelFileIO* io) {
   LibraryWriter w;
   std::printf("Exporting template to: %s\n", shown(name).c_str());
   ExportFile file;
-  switch (file.open(name, project.fileName().c_str())) {
-    case ExportFile::OpenResult::Opened:
-      break;
-    case ExportFile::OpenResult::IsProject:
-      std::fprintf(stderr, "error: no output file %s\n", shown(name).c_str());
-      std::fprintf(stderr, "%s is the open project: an export never writes over it\n", shown(name).c_str());
-      return 1;
-    case ExportFile::OpenResult::CannotCreate:
-      std::fprintf(stderr, "error: no output file %s\n", shown(name).c_str());
-      return 1;
-  }
+  if (!file.openOrSay(name, project.fileName().c_str(), "error: no output file %s\n")) return 1;
   w.out = file.stream();
   std::string title;
   formatText(title, "Vorlan %.2f: ObjectTemplate Library ", static_cast<double>(kProgramVersion));

@@ -10,6 +10,7 @@
 
 #include "system/file_string.h"
 #include "system/temporary_files.h"
+#include "text/utf_convertors.h"
 
 namespace {
 
@@ -123,6 +124,16 @@ ExportFile::OpenResult ExportFile::open(const char* name, const char* projectFil
   target_ = name;
   created_ = !exists;
   return OpenResult::Opened;
+}
+
+bool ExportFile::openOrSay(const char* name, const char* projectFile, const char* cannotCreate) {
+  OpenResult result = open(name, projectFile);
+  if (result == OpenResult::Opened) return true;
+  std::string shown = utfConvertors::convert_if_local_codepage(name ? name : "");
+  std::fprintf(stderr, cannotCreate, shown.c_str());
+  if (result == OpenResult::IsProject)
+    std::fprintf(stderr, "%s is the open project: an export never writes over it\n", shown.c_str());
+  return false;
 }
 
 int ExportFile::finish(bool keep) {

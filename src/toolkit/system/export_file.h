@@ -28,6 +28,10 @@ class ExportFile {
   // that an export never overwrites the project it was made from. An
   // existing file that this user could not open for writing is refused too.
   OpenResult open(const char* name, const char* projectFile);
+  // open(), and when it fails prints `cannotCreate` (a format whose one %s
+  // is the name as the console shows it) on standard error, then, for the
+  // project's own name, the reason. True when the file is open.
+  bool openOrSay(const char* name, const char* projectFile, const char* cannotCreate);
   FILE* stream() const { return stream_; }
   // The file the stream writes now (the temporary file, when there is one).
   const char* writingName() const { return temporary_.empty() ? target_.c_str() : temporary_.c_str(); }
