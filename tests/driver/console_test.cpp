@@ -31,37 +31,34 @@ Answer ask(const std::string& keys) {
   return {result, err.finish()};
 }
 
-TEST(PrintMessage, DropsCarriageReturnsOnly) {
-  StreamCapture out(stdout);
-  EXPECT_TRUE(printMessage("line %d\r\n\rnext\r%s\n", 1, "tail\r"));
-  EXPECT_EQ(out.finish(), "line 1\nnexttail\n");
-}
-
-TEST(PrintMessage, LongMessagesAreNotCut) {
+TEST(PrintMessage, DropsCarriageReturnsOnlyAndNeverCuts) {
   std::string long_text(5000, 'x');
   StreamCapture out(stdout);
+  EXPECT_TRUE(printMessage("line %d\r\n\rnext\r%s\n", 1, "tail\r"));
   printMessage("%s!", long_text.c_str());
-  EXPECT_EQ(out.finish(), long_text + "!");
+  EXPECT_EQ(out.finish(), "line 1\nnexttail\n" + long_text + "!");
 }
 
-TEST(AskYesNo, AcceptsYAndNInEitherCase) {
+// Y and N in either case answer; any other key repeats the whole prompt.
+TEST(AskYesNo, KeysAndThePromptsTheyLeave) {
   runOptions.yes = 0;
-  EXPECT_EQ(ask("n").result, 0);
-  EXPECT_EQ(ask("N").result, 0);
-  EXPECT_EQ(ask("y").result, 1);
-  Answer a = ask("Y");
-  EXPECT_EQ(a.result, 1);
-  EXPECT_EQ(a.prompts, "Delete 3 objects? Y/N? Y\n");
-}
-
-TEST(AskYesNo, OtherKeysRepeatTheWholePrompt) {
-  runOptions.yes = 0;
-  Answer a = ask("xy");
-  EXPECT_EQ(a.result, 1);
-  EXPECT_EQ(a.prompts, "Delete 3 objects? Y/N? x\nDelete 3 objects? Y/N? y\n");
-  a = ask("\nn");
-  EXPECT_EQ(a.result, 0);
-  EXPECT_EQ(a.prompts, "Delete 3 objects? Y/N? \n\nDelete 3 objects? Y/N? n\n");
+  const struct {
+    const char* keys;
+    int result;
+    std::string prompts;
+  } cases[] = {
+      {"n", 0, "Delete 3 objects? Y/N? n\n"},
+      {"N", 0, "Delete 3 objects? Y/N? N\n"},
+      {"y", 1, "Delete 3 objects? Y/N? y\n"},
+      {"Y", 1, "Delete 3 objects? Y/N? Y\n"},
+      {"xy", 1, "Delete 3 objects? Y/N? x\nDelete 3 objects? Y/N? y\n"},
+      {"\nn", 0, "Delete 3 objects? Y/N? \n\nDelete 3 objects? Y/N? n\n"},
+  };
+  for (const auto& c : cases) {
+    Answer a = ask(c.keys);
+    EXPECT_EQ(a.result, c.result) << c.keys;
+    EXPECT_EQ(a.prompts, c.prompts);
+  }
 }
 
 TEST(AskYesNo, NoClearsPauseAndYesRestoresIt) {

@@ -13,6 +13,7 @@
 #include <csignal>
 #include <ctime>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -27,17 +28,6 @@
 #include "temp_dir.h"
 
 namespace {
-
-// The projects whose statistics a run printed, in order.
-std::vector<std::string> projectsShown(const std::string& out) {
-  std::vector<std::string> shown;
-  const std::string marker = "Project ";
-  for (std::size_t at = out.find(marker); at != std::string::npos; at = out.find(marker, at + 1)) {
-    std::size_t end = out.find(", format", at);
-    shown.push_back(out.substr(at + marker.size(), end - at - marker.size()));
-  }
-  return shown;
-}
 
 TEST(FindProject, TakesTheFirstFolderOrFileAndMarksItsWord) {
   TempDir dir;
@@ -73,77 +63,20 @@ TEST(FindProject, FoldersPlusWordsAndFailure) {
   EXPECT_EQ(err.finish(), "No Pew File Found\n");
   findTextFile(1, none.data());
   EXPECT_STREQ(textFilePath.Get(), "");
-}
-
-TEST(RunLoop, OneProjectOpensPrintsStatisticsAndSucceeds) {
-  TempDir dir;
-  std::string project = writeProject(dir.file("map.pew"), 3);
-  RunResult r = runWith({dir.file("map")});
-  EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.err, "vorlan Version 1.96, Dll 7.70 \"map\"\n"
-                   "Opening " + project + "...\n-----------------\n"
-                   "--------------\n");
-  EXPECT_EQ(r.out.rfind("=======*==========\n\n=========stats================\n", 0), 0u) << r.out;
-  EXPECT_NE(r.out.find("There are 3 objects in the pew.\n"), std::string::npos);
-  EXPECT_EQ(r.out.find('\r'), std::string::npos);
-  EXPECT_EQ(runOptions.action, ActionCode::Analyse);
-}
-
-TEST(RunLoop, FolderTreeIsWalkedDepthFirstInByteOrder) {
-  TempDir dir;
-  std::filesystem::create_directories(dir.file("b/inner"));
-  std::filesystem::create_directories(dir.file("empty"));
-  for (const char* name : {"d.pew", "a.pew", "b/c.pew", "b/inner/x.pew", "B.pew"}) writeProject(dir.file(name), 1);
-  writeFileText(dir.file("notes.txt"), "not a project");
-  RunResult r = runWith({"-u", dir.path().string()});
-  EXPECT_EQ(r.status, 0);
-  std::string base = dir.path().string() + "/";
-  EXPECT_EQ(projectsShown(r.out),
-            (std::vector<std::string>{base + "B.pew", base + "a.pew", base + "b/c.pew", base + "b/inner/x.pew",
-                                      base + "d.pew"}));
-}
-
-TEST(RunLoop, FirstFailureStopsTheWalkAndIsTheExitStatus) {
-  TempDir dir;
-  writeFileText(dir.file("a.pew"), "this is not a project file at all");
-  writeProject(dir.file("b.pew"), 1);
-  RunResult r = runWith({dir.path().string()});
-  EXPECT_NE(r.status, 0);
-  EXPECT_NE(r.status, 1);  // the toolkit's own status, passed through
-  EXPECT_TRUE(projectsShown(r.out).empty());
-  EXPECT_EQ(occurrences(r.err, "\n--------------\n"), 1);  // b.pew was never opened
   EXPECT_EQ(walkFolder(dir.file("missing").c_str()), 1);
-  EXPECT_EQ(walkFolder(dir.file("b.pew").c_str()), 1);
+  writeProject(dir.file("b.pew"), 1);
+  EXPECT_EQ(walkFolder(dir.file("b.pew").c_str()), 1);  // a file is no folder
 }
 
-TEST(RunLoop, ListTemplatesAndActionsWithoutModules) {
-  TempDir dir;
-  writeProject(dir.file("map.pew"), 1);
-  RunResult r = runWith({"-LT", dir.file("map.pew")});
-  EXPECT_EQ(r.status, 0);
-  EXPECT_NE(r.out.find("house"), std::string::npos);
+TEST(RunLoop, ActionsWithoutModulesDoNothing) {
   StreamCapture out(stdout);
   EXPECT_EQ(dispatchAction(static_cast<ActionCode>(19)), 0);
   EXPECT_EQ(dispatchAction(static_cast<ActionCode>(0xFFFFFFFF)), 0);
   EXPECT_EQ(out.finish(), "");
 }
 
-TEST(RunLoop, SelfTestWritesReadsAndRemovesTestPew) {
-  TempDir dir;
-  std::string project = writeProject(dir.file("map.pew"), 2);
-  std::string before = std::filesystem::current_path().string();
-  std::filesystem::current_path(dir.path());
-  RunResult r = runWith({"-t", "map"});
-  bool leftBehind = std::filesystem::exists("test.pew");
-  std::filesystem::current_path(before);
-  EXPECT_EQ(r.status, 0);
-  EXPECT_FALSE(leftBehind);
-  std::size_t created = r.out.find("\n==creating a test.pew===\n\n");
-  ASSERT_NE(created, std::string::npos);
-  EXPECT_NE(r.out.find("Clearing pew\n", created), std::string::npos);
-  EXPECT_EQ(readFileText(project), readFileText(writeProject(dir.file("again.pew"), 2)));
-}
-
+// Saves that fail for a cause outside the program. A successful save is
+// shown by the end-to-end cases.
 class SaveProjectTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -163,45 +96,27 @@ class SaveProjectTest : public ::testing::Test {
     std::sort(names.begin(), names.end());
     return names;
   }
+  // Confirms, lets `interfere` act, deletes the objects and saves. The save
+  // must fail with a message naming the project and leave the old project
+  // byte for byte at `where`. Gives the messages.
+  std::string failedSave(const std::function<void()>& interfere, const std::string& where) {
+    std::string old = readFileText(path);
+    StreamCapture out(stdout);
+    StreamCapture err(stderr);
+    EXPECT_NE(confirmAction(nullptr), 0);
+    interfere();
+    project->pew_delete_objects();
+    int status = saveProject("Objects Deleted\n");
+    std::string messages = err.finish() + out.finish();
+    EXPECT_EQ(status, status::kCannotWrite);
+    EXPECT_NE(messages.find("map.pew was not saved and is unchanged"), std::string::npos) << messages;
+    EXPECT_EQ(messages.find("Objects Deleted"), std::string::npos);
+    EXPECT_TRUE(readFileText(where) == old) << "the project changed";
+    return messages;
+  }
   TempDir dir;
   std::string path;
 };
-
-TEST_F(SaveProjectTest, WritesThroughTheOutputsAndPrintsTheMessage) {
-  std::string old = readFileText(path);
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  ASSERT_NE(confirmAction("Deleting Objects"), 0);
-  project->pew_delete_objects();
-  EXPECT_EQ(saveProject("Objects Deleted\n"), 0);
-  std::string errText = err.finish();
-  EXPECT_EQ(out.finish(), "Deleting Objects\nObjects Deleted\n");
-  EXPECT_EQ(errText, "\n-------------\nCreating .map.pew.tmp-" + std::to_string(getpid()) +
-                         "...--------------\n");
-  EXPECT_NE(readFileText(path), old);
-  EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
-  StreamCapture again(stdout);
-  ASSERT_EQ(project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0), 0);
-  again.finish();
-  EXPECT_EQ(project->pew_get_objects()->slotCount(), 0u);
-}
-
-TEST_F(SaveProjectTest, VerifyReopensAndBackupKeepsTheOldFile) {
-  std::string old = readFileText(path);
-  runOptions.verify = 1;
-  runOptions.backup = 1;
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  ASSERT_NE(confirmAction(nullptr), 0);
-  project->pew_delete_objects();
-  EXPECT_EQ(saveProject(nullptr), 0);
-  err.finish();
-  std::string text = out.finish();
-  EXPECT_EQ(text.rfind("Verifying new map.pew.....\n=========stats================\n", 0), 0u) << text;
-  EXPECT_NE(text.find("There are 0 objects in the pew.\n"), std::string::npos);
-  EXPECT_EQ(readFileText(path + ".bak"), old);
-  EXPECT_EQ(files(), (std::vector<std::string>{"map.pew", "map.pew.bak"}));
-}
 
 TEST_F(SaveProjectTest, FailedWriteLeavesTheProjectAndNoTemporaryFile) {
   std::string old = readFileText(path);
@@ -244,31 +159,12 @@ TEST_F(SaveProjectTest, DiskFullDuringTheWriteLeavesTheProjectByteIdentical) {
   EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
 }
 
-// What the failed saves below must leave: a non-zero status, a message that
-// names the project, and the old project byte for byte.
-void expectUnsaved(int status, const std::string& errText, const std::string& project, const std::string& old) {
-  EXPECT_EQ(status, status::kCannotWrite);
-  EXPECT_NE(errText.find("map.pew was not saved and is unchanged"), std::string::npos) << errText;
-  EXPECT_TRUE(readFileText(project) == old) << "the project changed";
-}
-
 // Between the confirmation and the write, something takes the temporary
 // name: creating the file fails for any user, the super-user included.
 TEST_F(SaveProjectTest, TemporaryNameTakenAfterTheConfirmationFailsCleanly) {
-  std::string old = readFileText(path);
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  ASSERT_NE(confirmAction(nullptr), 0);
-  std::string temp = outputs.rnp_GetFileName(3);
-  ASSERT_EQ(mkdir(temp.c_str(), 0755), 0);
-  project->pew_delete_objects();
-  int status = saveProject("Objects Deleted\n");
-  std::string errText = err.finish();
-  std::string outText = out.finish();
-  expectUnsaved(status, errText + outText, path, old);
-  EXPECT_NE((errText + outText).find(".map.pew.tmp-" + std::to_string(getpid()) + ": cannot write"), std::string::npos)
-      << errText << outText;
-  EXPECT_EQ(outText.find("Objects Deleted"), std::string::npos);
+  std::string temp;
+  std::string messages = failedSave([&] { ASSERT_EQ(mkdir((temp = outputs.rnp_GetFileName(3)).c_str(), 0755), 0); }, path);
+  EXPECT_NE(messages.find(".map.pew.tmp-" + std::to_string(getpid()) + ": cannot write"), std::string::npos) << messages;
   EXPECT_TRUE(std::filesystem::is_directory(temp)) << "the failed save removed what it did not create";
   ASSERT_EQ(rmdir(temp.c_str()), 0);
   EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
@@ -280,17 +176,12 @@ TEST_F(SaveProjectTest, TemporaryNameTakenAfterTheConfirmationFailsCleanly) {
 TEST_F(SaveProjectTest, FolderMovedAwayAfterTheConfirmationFailsCleanly) {
   std::filesystem::create_directory(dir.file("maps"));
   path = writeProject(dir.file("maps/map.pew"), 4);
-  std::string old = readFileText(path);
   projectPath.Set(path.c_str());
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  ASSERT_EQ(project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0), 0);
-  ASSERT_NE(confirmAction(nullptr), 0);
-  std::filesystem::rename(dir.file("maps"), dir.file("moved"));
-  project->pew_delete_objects();
-  int status = saveProject("Objects Deleted\n");
-  std::string errText = err.finish();
-  expectUnsaved(status, errText + out.finish(), dir.file("moved/map.pew"), old);
+  {
+    StreamCapture out(stdout);
+    ASSERT_EQ(project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0), 0);
+  }
+  failedSave([&] { std::filesystem::rename(dir.file("maps"), dir.file("moved")); }, dir.file("moved/map.pew"));
   EXPECT_EQ(files(), (std::vector<std::string>{"map.pew", "moved"}));
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.file("moved")),
                           std::filesystem::directory_iterator()), 1);
@@ -300,16 +191,8 @@ TEST_F(SaveProjectTest, FolderMovedAwayAfterTheConfirmationFailsCleanly) {
 // one only runs for a normal user; the two tests above cover the same path.
 TEST_F(SaveProjectTest, FolderMadeReadOnlyAfterTheConfirmationFailsCleanly) {
   if (geteuid() == 0) GTEST_SKIP() << "running as root: folder permissions do not stop the write";
-  std::string old = readFileText(path);
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  ASSERT_NE(confirmAction(nullptr), 0);
-  ASSERT_EQ(chmod(dir.path().c_str(), 0555), 0);
-  project->pew_delete_objects();
-  int status = saveProject("Objects Deleted\n");
+  std::string messages = failedSave([&] { ASSERT_EQ(chmod(dir.path().c_str(), 0555), 0); }, path);
   chmod(dir.path().c_str(), 0755);
-  std::string messages = err.finish() + out.finish();
-  expectUnsaved(status, messages, path, old);
   EXPECT_NE(messages.find(".map.pew.tmp-" + std::to_string(getpid()) + ": cannot write the project file: Permission denied"),
             std::string::npos)
       << messages;

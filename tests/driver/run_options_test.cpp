@@ -10,41 +10,6 @@
 
 namespace {
 
-const std::string kUsage =
-    "Syntax:\n"
-    "Vorlan [-option(s) [ImportTextFile.any]] Anyfile[.pew] [ExportTextFile.any]\n\n"
-    "Options: case InSensSITive, any order\n\n"
-    "\tnone:\tAnalyse the pew to verify it's integrity\n"
-    "\t\tPrint some statistics\n"
-    "\t-U:\t(Default) As above\n"
-    "\t-X:\tExport to wrp\n"
-    "\t-RZ:\tRemove Duplicated objects\n"
-    "\t-LZ:\tList Duplicated objects\n"
-    "\t-LT[Cc]:\tList all templates\n"
-    "\t-E[o0][Cc]:\tExport objects in world tools format\n"
-    "\t-Eo1[Cc]:\tExport objects in extended format(includes relative height info)\n"
-    "\t-Eo2[Cc]:\tExport objects in row (pew) transform\n"
-    "\t-Eo3[Cc]:\tExport objects in column (wrp) transform\n"
-    "\t-ET[Cc]:\tExport template\n"
-    "\t-EE[0][Cc]:\tExport elevations in asc format\n"
-    "\t-EE1[Cc]:\tExport elevations in xyz format\n"
-    "\t-Cc:\tc=SeparationCharacter. (default is ',')\n"
-    "\t-Do[Y]:\tDelete all objects\n"
-    "\t-DT[Y]:\tDelete all templates (and objects)\n"
-    "\t-R[o][Y]:\tReduce objects (default)\n"
-    "\t-RT[Y]:\tReduce templates\n"
-    "\t-I[o][Y]:\tImport objects (and build templates where necessary). Default\n"
-    "\t-IT[Y]:\tImport templates\n"
-    "\t-IE[Y]:\tImport elevations\n"
-    "\t-Y:\tYes. Don't prompt for ask\n"
-    "\t-P:\tdo NOT Pause after output\n"
-    "\t-A:\tx,y[,z] Add offsets\n"
-    "\t-T:\tTests the dll. 'Office use only'\n"
-    "\t-V:\tVerify integrity after writing\n"
-    "\t-B:\tmake a backup\n"
-    "\t-H:\tfirst line is header\n"
-    "\t-F:\tcolumnate output\n";
-
 struct Parsed {
   bool ok;
   std::string errors;
@@ -63,150 +28,97 @@ Parsed parse(std::vector<std::string> words) {
 
 std::string unknown(char c) { return std::string("unknown -option character '") + c + "'\n"; }
 
-TEST(ParseOptions, UsageTextIsExactAndFollowsNoWords) {
-  Parsed p = parse({});
-  EXPECT_FALSE(p.ok);
-  EXPECT_EQ(p.errors, kUsage);
-  int lines = 0;
-  for (char c : kUsage) lines += c == '\n';
-  EXPECT_EQ(lines, 33 + 2);  // two of the 33 lines end in a blank line
+// The settings other than the action, as one line.
+std::string settings(const RunOptions& o) {
+  return std::string("sep ") + static_cast<char>(o.separator) + " o" + std::to_string(o.objectFormat) + " e" +
+         std::to_string(o.elevationFormat) + " col" + std::to_string(o.columnate) + " hdr" + std::to_string(o.header) +
+         " bak" + std::to_string(o.backup) + " ver" + std::to_string(o.verify) + " seen" +
+         std::to_string(o.optionSeen) + " yes" + std::to_string(o.yes);
 }
 
-TEST(ParseOptions, DefaultsWithoutAnyOptionWord) {
-  Parsed p = parse({"map", "+plus", "out.txt"});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.errors, "");
-  EXPECT_EQ(p.options.action, ActionCode::Analyse);
-  EXPECT_EQ(p.options.separator, ',');
-  EXPECT_EQ(p.options.objectFormat, 1);
-  EXPECT_EQ(p.options.elevationFormat, 0);
-  EXPECT_EQ(p.options.columnate, 1);
-  EXPECT_EQ(p.options.header, 1);
-  EXPECT_EQ(p.options.backup, 0);
-  EXPECT_EQ(p.options.verify, 0);
-  EXPECT_EQ(p.options.optionSeen, 0);
-}
+const std::string kDefaults = "sep , o1 e0 col1 hdr1 bak0 ver0 seen1 yes0";
 
-TEST(ParseOptions, AFlagWithoutActionLeavesActionNone) {
-  Parsed p = parse({"-B", "map"});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.options.action, ActionCode::None);
-  EXPECT_EQ(p.options.backup, 1);
-  EXPECT_EQ(p.options.optionSeen, 1);
+// The usage text itself is pinned by the end-to-end case without words.
+std::string usage() { return parse({}).errors; }
+
+TEST(ParseOptions, ActionsAndSettingsOfEachCommandLine) {
+  const struct {
+    std::vector<std::string> words;
+    ActionCode action;
+    std::string settings;
+  } cases[] = {
+      {{"map", "+plus", "out.txt"}, ActionCode::Analyse, "sep , o1 e0 col1 hdr1 bak0 ver0 seen0 yes0"},
+      {{"-B", "map"}, ActionCode::None, "sep , o1 e0 col1 hdr1 bak1 ver0 seen1 yes0"},
+      {{"-at"}, ActionCode::AddTemplates, kDefaults},
+      {{"-DO"}, ActionCode::DeleteObjects, kDefaults},
+      {{"-dt"}, ActionCode::DeleteTemplates, kDefaults},
+      {{"-e"}, ActionCode::ExportObjects, kDefaults},
+      {{"-eo"}, ActionCode::ExportObjects, "sep , o0 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-EO"}, ActionCode::ExportObjects, "sep , o0 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-eo0"}, ActionCode::ExportObjects, "sep , o0 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-Eo2"}, ActionCode::ExportObjects, "sep , o2 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-EO3"}, ActionCode::ExportObjects, "sep , o3 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-eo2", "-e"}, ActionCode::ExportObjects, "sep , o2 e0 col1 hdr1 bak0 ver0 seen1 yes0"},  // E keeps the format
+      {{"-et"}, ActionCode::ExportTemplates, kDefaults},
+      {{"-ee"}, ActionCode::ExportElevations, kDefaults},
+      {{"-EE0"}, ActionCode::ExportElevations, kDefaults},
+      {{"-ee1"}, ActionCode::ExportElevations, "sep , o1 e1 col1 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-ee1", "-ee"}, ActionCode::ExportElevations, kDefaults},
+      {{"-i"}, ActionCode::ImportObjects, kDefaults},
+      {{"-io"}, ActionCode::ImportObjects, kDefaults},
+      {{"-IT"}, ActionCode::ImportTemplates, kDefaults},
+      {{"-ie"}, ActionCode::ImportElevations, kDefaults},
+      {{"-lt"}, ActionCode::ListTemplates, kDefaults},
+      {{"-LZ"}, ActionCode::ListDuplicates, kDefaults},
+      {{"-r"}, ActionCode::ReduceObjects, kDefaults},
+      {{"-ro"}, ActionCode::ReduceObjects, kDefaults},
+      {{"-rt"}, ActionCode::ReduceTemplates, kDefaults},
+      {{"-rot"}, ActionCode::ReduceAll, kDefaults},
+      {{"-RTO"}, ActionCode::ReduceAll, kDefaults},
+      {{"-rz"}, ActionCode::RemoveDuplicates, kDefaults},
+      {{"-t"}, ActionCode::SelfTest, kDefaults},
+      {{"-u"}, ActionCode::Analyse, kDefaults},
+      {{"-x"}, ActionCode::ExportWrp, kDefaults},
+      {{"-X", "-LT"}, ActionCode::ListTemplates, kDefaults},  // the last action wins
+      {{"-ix"}, ActionCode::ExportWrp, kDefaults},            // I alone, then X
+      {{"-rb"}, ActionCode::ReduceObjects, "sep , o1 e0 col1 hdr1 bak1 ver0 seen1 yes0"},  // R alone, then B
+      {{"-dty"}, ActionCode::DeleteTemplates, "sep , o1 e0 col1 hdr1 bak0 ver0 seen1 yes1"},
+      {{"-DTY"}, ActionCode::DeleteTemplates, "sep , o1 e0 col1 hdr1 bak0 ver0 seen1 yes1"},
+      {{"-dT", "-y"}, ActionCode::DeleteTemplates, "sep , o1 e0 col1 hdr1 bak0 ver0 seen1 yes1"},
+      {{"-bvY", "map", "-EoC;"}, ActionCode::ExportObjects, "sep ; o0 e0 col1 hdr1 bak1 ver1 seen1 yes1"},
+      {{"-f"}, ActionCode::None, "sep , o1 e0 col0 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-F0"}, ActionCode::None, "sep , o1 e0 col0 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-f1"}, ActionCode::None, kDefaults},
+      {{"-h"}, ActionCode::None, "sep , o1 e0 col1 hdr0 bak0 ver0 seen1 yes0"},
+      {{"-H0"}, ActionCode::None, "sep , o1 e0 col1 hdr0 bak0 ver0 seen1 yes0"},
+      {{"-h1"}, ActionCode::None, kDefaults},
+      {{"-c;"}, ActionCode::None, "sep ; o1 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-C|"}, ActionCode::None, "sep | o1 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-c-"}, ActionCode::None, "sep - o1 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
+      {{"-FH"}, ActionCode::None, "sep , o1 e0 col0 hdr0 bak0 ver0 seen1 yes0"},
+      {{"-fx"}, ActionCode::ExportWrp, "sep , o1 e0 col0 hdr1 bak0 ver0 seen1 yes0"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.words.back());
+    Parsed p = parse(c.words);
+    ASSERT_TRUE(p.ok) << p.errors;
+    EXPECT_EQ(p.errors, "");
+    EXPECT_EQ(p.options.action, c.action);
+    EXPECT_EQ(settings(p.options), c.settings);
+  }
 }
 
 TEST(ParseOptions, EveryParseStartsFromTheDefaultsButKeepsYesAndPause) {
   parse({"-BVHF-C;EO3EE1"});
   runOptions.yes = 1;
   runOptions.pause = 1;
-  std::string word = "map";
-  char* argv[] = {word.data()};
+  std::string word = "-kP", map = "map";
+  char* argv[] = {map.data(), word.data()};
   StreamCapture err(stderr);
   ASSERT_TRUE(parseOptions(1, argv));
-  err.finish();
-  EXPECT_EQ(runOptions.backup, 0);
-  EXPECT_EQ(runOptions.verify, 0);
-  EXPECT_EQ(runOptions.header, 1);
-  EXPECT_EQ(runOptions.columnate, 1);
-  EXPECT_EQ(runOptions.separator, ',');
-  EXPECT_EQ(runOptions.objectFormat, 1);
-  EXPECT_EQ(runOptions.elevationFormat, 0);
-  EXPECT_EQ(runOptions.yes, 1u);
+  EXPECT_EQ(settings(runOptions), "sep , o1 e0 col1 hdr1 bak0 ver0 seen0 yes1");
   EXPECT_EQ(runOptions.pause, 1u);
-}
-
-struct ActionCase {
-  std::vector<std::string> words;
-  ActionCode action;
-  int objectFormat;
-  int elevationFormat;
-};
-
-TEST(ParseOptions, ActionLetters) {
-  const ActionCase cases[] = {
-      {{"-at"}, ActionCode::AddTemplates, 1, 0},
-      {{"-DO"}, ActionCode::DeleteObjects, 1, 0},
-      {{"-dt"}, ActionCode::DeleteTemplates, 1, 0},
-      {{"-e"}, ActionCode::ExportObjects, 1, 0},
-      {{"-eo"}, ActionCode::ExportObjects, 0, 0},
-      {{"-EO"}, ActionCode::ExportObjects, 0, 0},
-      {{"-eo0"}, ActionCode::ExportObjects, 0, 0},
-      {{"-Eo2"}, ActionCode::ExportObjects, 2, 0},
-      {{"-EO3"}, ActionCode::ExportObjects, 3, 0},
-      {{"-eo2", "-e"}, ActionCode::ExportObjects, 2, 0},  // lone E keeps the format
-      {{"-et"}, ActionCode::ExportTemplates, 1, 0},
-      {{"-ee"}, ActionCode::ExportElevations, 1, 0},
-      {{"-EE0"}, ActionCode::ExportElevations, 1, 0},
-      {{"-ee1"}, ActionCode::ExportElevations, 1, 1},
-      {{"-ee1", "-ee"}, ActionCode::ExportElevations, 1, 0},
-      {{"-i"}, ActionCode::ImportObjects, 1, 0},
-      {{"-io"}, ActionCode::ImportObjects, 1, 0},
-      {{"-IT"}, ActionCode::ImportTemplates, 1, 0},
-      {{"-ie"}, ActionCode::ImportElevations, 1, 0},
-      {{"-lt"}, ActionCode::ListTemplates, 1, 0},
-      {{"-LZ"}, ActionCode::ListDuplicates, 1, 0},
-      {{"-r"}, ActionCode::ReduceObjects, 1, 0},
-      {{"-ro"}, ActionCode::ReduceObjects, 1, 0},
-      {{"-rt"}, ActionCode::ReduceTemplates, 1, 0},
-      {{"-rot"}, ActionCode::ReduceAll, 1, 0},
-      {{"-RTO"}, ActionCode::ReduceAll, 1, 0},
-      {{"-rz"}, ActionCode::RemoveDuplicates, 1, 0},
-      {{"-t"}, ActionCode::SelfTest, 1, 0},
-      {{"-u"}, ActionCode::Analyse, 1, 0},
-      {{"-x"}, ActionCode::ExportWrp, 1, 0},
-      {{"-X", "-LT"}, ActionCode::ListTemplates, 1, 0},  // the last action wins
-      {{"-ix"}, ActionCode::ExportWrp, 1, 0},            // I alone, then X
-      {{"-rb"}, ActionCode::ReduceObjects, 1, 0},        // R alone, then B
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.words.back());
-    Parsed p = parse(c.words);
-    ASSERT_TRUE(p.ok) << p.errors;
-    EXPECT_EQ(p.options.action, c.action);
-    EXPECT_EQ(p.options.objectFormat, c.objectFormat);
-    EXPECT_EQ(p.options.elevationFormat, c.elevationFormat);
-  }
-}
-
-TEST(ParseOptions, ChainedLettersAndWordsCombine) {
-  for (auto words : std::vector<std::vector<std::string>>{{"-dty"}, {"-DTY"}, {"-dT", "-y"}}) {
-    Parsed p = parse(words);
-    ASSERT_TRUE(p.ok);
-    EXPECT_EQ(p.options.action, ActionCode::DeleteTemplates);
-    EXPECT_EQ(p.options.yes, 1u);
-  }
-  Parsed p = parse({"-bvY", "map", "-EoC;"});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.options.backup, 1);
-  EXPECT_EQ(p.options.verify, 1);
-  EXPECT_EQ(p.options.yes, 1u);
-  EXPECT_EQ(p.options.action, ActionCode::ExportObjects);
-  EXPECT_EQ(p.options.objectFormat, 0);
-  EXPECT_EQ(p.options.separator, ';');
-}
-
-TEST(ParseOptions, FlagLetters) {
-  struct FlagCase {
-    const char* word;
-    int columnate, header, separator;
-  } cases[] = {
-      {"-f", 0, 1, ','},   {"-F0", 0, 1, ','}, {"-f1", 1, 1, ','}, {"-h", 1, 0, ','},
-      {"-H0", 1, 0, ','},  {"-h1", 1, 1, ','}, {"-c;", 1, 1, ';'}, {"-C|", 1, 1, '|'},
-      {"-c-", 1, 1, '-'},  {"-FH", 0, 0, ','}, {"-fx", 0, 1, ','},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.word);
-    Parsed p = parse({c.word});
-    ASSERT_TRUE(p.ok) << p.errors;
-    EXPECT_EQ(p.options.columnate, c.columnate);
-    EXPECT_EQ(p.options.header, c.header);
-    EXPECT_EQ(p.options.separator, c.separator);
-  }
-  runOptions.pause = 1;
-  std::string word = "-kP";
-  char* argv[] = {word.data()};
-  StreamCapture err(stderr);
-  EXPECT_TRUE(parseOptions(1, argv));
+  EXPECT_TRUE(parseOptions(2, argv));  // P clears the pause
   err.finish();
   EXPECT_EQ(runOptions.pause, 0u);
 }
@@ -233,16 +145,18 @@ TEST(ParseOptions, ErrorsNameTheCharacterAndAreFollowedByUsage) {
       {{"-"}, "missing an -option character\n"},
       {{"map", "-x", "-"}, "missing an -option character\n"},
   };
+  const std::string usage = ::usage();
+  ASSERT_TRUE(usage.starts_with("Syntax:\n")) << usage;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.words.back());
     Parsed p = parse(c.words);
     EXPECT_FALSE(p.ok);
-    EXPECT_EQ(p.errors, c.message + kUsage);
+    EXPECT_EQ(p.errors, c.message + usage);
   }
   for (char letter : std::string("gjmnoqswzGJMNOQSWZ0123456789;,.-+*")) {
     Parsed p = parse({std::string("-") + letter});
     EXPECT_FALSE(p.ok) << letter;
-    EXPECT_EQ(p.errors, unknown(letter) + kUsage);
+    EXPECT_EQ(p.errors, unknown(letter) + usage);
   }
 }
 
@@ -251,7 +165,7 @@ TEST(ParseOptions, ParsingStopsAtTheFirstBadWord) {
   EXPECT_FALSE(p.ok);
   EXPECT_EQ(p.options.columnate, 0);               // set before the error
   EXPECT_EQ(p.options.action, ActionCode::ExportWrp);  // -lt never parsed
-  EXPECT_EQ(p.errors, unknown('q') + kUsage);
+  EXPECT_EQ(p.errors, unknown('q') + usage());
 }
 
 TEST(ParseOptions, WordAndLettersEntryPoints) {

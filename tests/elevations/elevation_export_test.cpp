@@ -45,36 +45,6 @@ std::string formatted(float value, int width) {
 
 }  // namespace
 
-TEST(ElevationExport, AscOfATwoByTwoGrid) {
-  TempDir dir;
-  Vorlan project;
-  makeGrid(project, 2, 2, 10.0f, {1, 2, 3, 4});
-  Export e = exportTo(project, dir.file("heights.asc"), kElevationAsc);
-  EXPECT_EQ(e.result, 0);
-  EXPECT_EQ(e.out, "Exporting elevations to " + dir.file("heights.asc") + " in asc format...Done\n");
-  EXPECT_EQ(e.err, "");
-  EXPECT_EQ(e.file, ascHeader(2, 2, "10.0") + "1.00 2.00\r\n\r\n3.00 4.00\r\n\r\n");
-}
-
-TEST(ElevationExport, XyzOfATwoByThreeGridWithNegativeHeights) {
-  TempDir dir;
-  Vorlan project;
-  makeGrid(project, 2, 3, 12.25f, {1, -2, 3.456f, -1234567.0f, 0, -0.001f});
-  Export e = exportTo(project, dir.file("heights.xyz"), kElevationXyz);
-  EXPECT_EQ(e.result, 0);
-  EXPECT_EQ(e.out, "Exporting elevations to " + dir.file("heights.xyz") + " in xyz format...Done\n");
-  EXPECT_EQ(e.file,
-            "       0.00        0.00        1.00\r\n"
-            "      12.25        0.00       -2.00\r\n"
-            "       0.00       12.25        3.46\r\n"
-            "      12.25       12.25 -1234567.00\r\n"
-            "       0.00       24.50        0.00\r\n"
-            "      12.25       24.50       -0.00\r\n");
-  // The asc header rounds the cell size to one decimal.
-  std::string header = ascHeader(2, 3, "12.2");
-  EXPECT_EQ(exportTo(project, dir.file("heights.asc"), kElevationAsc).file.substr(0, header.size()), header);
-}
-
 TEST(ElevationExport, GridsWithoutRowsOrColumns) {
   TempDir dir;
   Vorlan project;
@@ -91,18 +61,10 @@ TEST(ElevationExport, GridsWithoutRowsOrColumns) {
   EXPECT_EQ(exportTo(project, dir.file("empty.xyz"), kElevationXyz).file, "");
 }
 
-TEST(ElevationExport, RefusesMissingNamesUncreatableFilesAndUnknownFormats) {
+TEST(ElevationExport, RefusesUncreatableFilesAndUnknownFormats) {
   TempDir dir;
   Vorlan project;
   makeGrid(project, 2, 2, 10.0f, {1, 2, 3, 4});
-
-  for (const char* name : {static_cast<const char*>(nullptr), ""}) {
-    StreamCapture out(stdout);
-    StreamCapture err(stderr);
-    EXPECT_EQ(exportElevations(project, name, kElevationAsc), 1);
-    EXPECT_EQ(err.finish(), "no output file\n");
-    EXPECT_EQ(out.finish(), "");
-  }
 
   std::string missingFolder = dir.file("no/such/folder.asc");
   Export e = exportTo(project, missingFolder, kElevationAsc);
@@ -128,20 +90,21 @@ TEST(ElevationExport, AFailedWriteIsReported) {
   EXPECT_EQ(e.err, "cannot write output file /dev/full: " + std::string(std::strerror(ENOSPC)) + "\n");
 }
 
+// Enough heights to fill the piece buffer many times over, negative ones
+// among them; the asc header rounds the cell size to one decimal.
 TEST(ElevationExport, WritesLargeGridsInPiecesWithoutLosingAByte) {
-  // Enough heights to fill the piece buffer many times over.
   TempDir dir;
   Vorlan project;
   std::vector<float> heights(300 * 200);
   for (std::size_t i = 0; i < heights.size(); ++i) heights[i] = static_cast<float>(i) * 0.37f - 5000.0f;
-  makeGrid(project, 300, 200, 2.5f, heights);
-  std::string asc = ascHeader(300, 200, "2.5"), xyz;
+  makeGrid(project, 300, 200, 12.25f, heights);
+  std::string asc = ascHeader(300, 200, "12.2"), xyz;
   for (std::size_t r = 0; r < 200; ++r) {
     for (std::size_t c = 0; c < 300; ++c) {
       float h = heights[r * 300 + c];
       asc += printed("%.2f", h) + (c + 1 < 300 ? " " : "\r\n");
       char line[100];
-      std::snprintf(line, sizeof line, "%11.2f %11.2f %11.2f\r\n", c * 2.5, r * 2.5, static_cast<double>(h));
+      std::snprintf(line, sizeof line, "%11.2f %11.2f %11.2f\r\n", c * 12.25, r * 12.25, static_cast<double>(h));
       xyz += line;
     }
     asc += "\r\n";

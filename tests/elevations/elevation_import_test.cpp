@@ -37,8 +37,13 @@ Import readText(Vorlan& project, const std::string& text) {
   return {result, outText, errText, heightsOf(project)};
 }
 
-const std::string kHeader2x2 = ascHeader(2, 2, "10.0");
-const std::string kEcho2x2 = "ncols 2nrows 2xllcorner 0.0yllcorner 0.0cellsize 10.0NODATA_value -9999";
+// The heights as text, "%g" each, so that NaNs and signed zeros compare too.
+std::string heightText(const std::vector<float>& heights) {
+  std::string text;
+  char one[32];
+  for (float h : heights) text += (text.empty() ? "" : " ") + std::string(one, std::snprintf(one, sizeof one, "%g", h));
+  return text;
+}
 
 float strtodFloat(const char* text) { return static_cast<float>(std::strtod(text, nullptr)); }
 
@@ -72,163 +77,92 @@ TEST(AscImport, ASquareGridComesBackToTwoDecimals) {
   }
 }
 
-TEST(AscImport, SizesAreComparedCrosswise) {
-  Vorlan project;
-  // Three columns, two rows, as the export writes them: refused.
-  makeGrid(project, 3, 2, 10.0f, {9, 9, 9, 9, 9, 9});
-  Import r = readText(project, ascHeader(3, 2, "10.0") + "1 2 3\r\n\r\n4 5 6\r\n\r\n");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.err, "Grid dimensions are not the same\n");
-  EXPECT_EQ(r.heights, (std::vector<float>{9, 9, 9, 9, 9, 9}));
-  // With the counts exchanged it passes: three rows of two in storage order.
-  r = readText(project, ascHeader(2, 3, "10.0") + "1 2\r\n3 4\r\n5 6\r\n");
-  EXPECT_EQ(r.result, 0);
-  EXPECT_EQ(r.out, "Importing elevations from grid.txt...\nncols 2nrows 3xllcorner 0.0yllcorner 0.0cellsize "
-                   "10.0NODATA_value -9999...Done\n");
-  EXPECT_EQ(r.heights, (std::vector<float>{1, 2, 3, 4, 5, 6}));
-}
-
-TEST(AscImport, CellSizeMustMatchExactly) {
-  Vorlan project;
-  makeGrid(project, 2, 2, 10.0f);
-  for (const char* cellSize : {"10", "10.0", "1e1", "10.000000001"}) {
-    EXPECT_EQ(readText(project, ascHeader(2, 2, cellSize) + "1 2 3 4").result, 0) << cellSize;
-  }
-  for (const char* cellSize : {"10.01", "9.9999", "nan", "-10"}) {
-    Import r = readText(project, ascHeader(2, 2, cellSize) + "1 2 3 4");
-    EXPECT_EQ(r.result, 1) << cellSize;
-    EXPECT_EQ(r.err, "Grid dimensions are not the same\n") << cellSize;
-  }
-}
-
-TEST(AscImport, HeaderKeysAndTheMinusOneSentinel) {
-  Vorlan project;
-  makeGrid(project, 2, 2, 10.0f);
-  Import r = readText(project, "NCOLS 2\r\nNRows 2\r\nXLLCORNER 5\r\nyllCorner 7\r\nCELLSIZE 10\r\nnodata_VALUE 0\r\n1 2 3 4");
-  EXPECT_EQ(r.result, 0);
-  EXPECT_EQ(r.heights, (std::vector<float>{1, 2, 3, 4}));
-
-  // A value of -1 stops the import without a word; so does a wrong key, with one.
-  for (const char* header : {"ncols 2\r\nnrows -1\r\n", "ncols 2\r\nnrows 2\r\nxllcorner -1\r\n",
-                             "ncols 2\r\nnrows 2\r\nxllcorner 0\r\nyllcorner -1.0\r\n",
-                             "ncols 2\r\nnrows 2\r\nxllcorner 0\r\nyllcorner 0\r\ncellsize -1\r\n",
-                             "ncols 2\r\nnrows 2\r\nxllcorner 0\r\nyllcorner 0\r\ncellsize 10\r\nNODATA_value -1\r\n"}) {
-    r = readText(project, std::string(header) + "1 2 3 4");
-    EXPECT_EQ(r.result, 1) << header;
-    EXPECT_EQ(r.err, "") << header;
-  }
-  r = readText(project, "ncols 2\r\nnrows 2\r\nxllcenter 0\r\n");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.err, "Unknown float format of asc file\n");
-  r = readText(project, "ncols 2\r\nrows 2\r\n");
-  EXPECT_EQ(r.err, "Unknown int format of asc file\n");
-}
-
-TEST(AscImport, AShortHeaderSaysWhichLineIsMissing) {
-  Vorlan project;
-  makeGrid(project, 2, 2, 10.0f, {5, 5, 5, 5});
-  Import r = readText(project, "ncols 2\r\nnrows 2\r\n");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "Importing elevations from grid.txt...\nncols 2nrows 2");
-  EXPECT_EQ(r.err, "Unknown float format of asc file\ngrid.txt: the asc header ends before its \"xllcorner\" line\n");
-  // Lines ended by line feeds alone run together into the first line.
-  r = readText(project, "ncols 2\nnrows 2\nxllcorner 0.0\nyllcorner 0.0\ncellsize 10.0\nNODATA_value -9999\n1 2 3 4\n");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.err, "Unknown int format of asc file\ngrid.txt: the asc header ends before its \"nrows\" line\n");
-  // No "ncols" line at all: the file is tried as points.
-  r = readText(project, "");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "Importing elevations from grid.txt...\nre-trying import in xyz format\n");
-  EXPECT_EQ(r.err, "Unknown int format of asc file\ngrid.txt: the xyz data is empty\n");
-  EXPECT_EQ(r.heights, (std::vector<float>{5, 5, 5, 5}));
-}
-
-TEST(AscImport, BodyBlanksOfEveryKindAndTokensThatAreNoNumbers) {
-  Vorlan project;
-  makeGrid(project, 3, 3, 10.0f);
-  Import r = readText(project, ascHeader(3, 3, "10.0") + "\n\n  1.5\t-2\r\r\n\n x3  \t\n+4 5e1 nan\r\n\r\n-0 7 .25");
-  EXPECT_EQ(r.result, 0);
-  EXPECT_EQ(r.err, "");
-  ASSERT_EQ(r.heights.size(), 9u);
-  EXPECT_EQ(r.heights[0], 1.5f);
-  EXPECT_EQ(r.heights[1], -2.0f);
-  EXPECT_EQ(r.heights[2], 0.0f);  // "x3"
-  EXPECT_EQ(r.heights[3], 4.0f);
-  EXPECT_EQ(r.heights[4], 50.0f);
-  EXPECT_TRUE(std::isnan(r.heights[5]));
-  EXPECT_TRUE(std::signbit(r.heights[6]));
-  EXPECT_EQ(r.heights[8], 0.25f);
-  EXPECT_EQ(r.out.substr(r.out.size() - 8), "...Done\n");  // no line break needed after the last height
-}
-
-TEST(AscImport, TheEndOfTheDataBeforeTheLastHeight) {
-  Vorlan project;
-  makeGrid(project, 2, 2, 10.0f, {5, 5, 5, 5});
-  Import r = readText(project, kHeader2x2 + "1.00 2.00\r\n\r\n3.00\r\n\r\n");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.out, "Importing elevations from grid.txt...\n" + kEcho2x2 + "..");
-  EXPECT_EQ(r.err, "bad float values in asc file\n1x0\n\n\n");
-  r = readText(project, kHeader2x2 + "1 2");
-  EXPECT_EQ(r.err, "bad float values in asc file\n0x1\n\n\n");
-  r = readText(project, kHeader2x2 + " \r\n\t");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.err, "bad float values in asc file\n0x0\n\n\n");
-  // Text after the last height needed is ignored.
-  r = readText(project, kHeader2x2 + "1 2 3 4 5 junk");
-  EXPECT_EQ(r.result, 0);
-  EXPECT_EQ(r.heights, (std::vector<float>{1, 2, 3, 4}));
-  // A body without heights counts as ending after the height at row 0,
-  // column 0: complete for a 1 x 1 grid only.
-  struct Empty {
+// Each case reads one text into a fresh grid of sevens with a spacing of 10.
+// `out` is compared only where it is given. What a failed import leaves in
+// memory is never saved (the whole-run tests show that).
+TEST(ElevationImport, TextsAndWhatTheyLeave) {
+  const std::string h22 = ascHeader(2, 2, "10.0"), h32 = ascHeader(3, 2, "10.0"), h33 = ascHeader(3, 3, "10.0");
+  const std::string start = "Importing elevations from grid.txt...\n";
+  const std::string echo22 = "ncols 2nrows 2xllcorner 0.0yllcorner 0.0cellsize 10.0NODATA_value -9999";
+  const std::string badFloats = "bad float values in asc file\n", noInt = "Unknown int format of asc file\n";
+  const std::string noFloat = "Unknown float format of asc file\n", sizes = "Grid dimensions are not the same\n";
+  struct Case {
     unsigned columns, rows;
+    std::string text;
     int result;
-    const char* err;
+    std::string err, heights, out = {};
+  } cases[] = {
+      // Sizes are compared crosswise: the export's own 3 x 2 file is refused, 2 x 3 passes in storage order.
+      {3, 2, h32 + "1 2 3\r\n\r\n4 5 6\r\n\r\n", 1, sizes, "7 7 7 7 7 7"},
+      {3, 2, ascHeader(2, 3, "10.0") + "1 2\r\n3 4\r\n5 6\r\n", 0, "", "1 2 3 4 5 6",
+       start + "ncols 2nrows 3xllcorner 0.0yllcorner 0.0cellsize 10.0NODATA_value -9999...Done\n"},
+      // The cell size must match exactly.
+      {2, 2, ascHeader(2, 2, "10") + "1 2 3 4", 0, "", "1 2 3 4"},
+      {2, 2, ascHeader(2, 2, "1e1") + "1 2 3 4", 0, "", "1 2 3 4"},
+      {2, 2, ascHeader(2, 2, "10.000000001") + "1 2 3 4", 0, "", "1 2 3 4"},
+      {2, 2, ascHeader(2, 2, "10.01") + "1 2 3 4", 1, sizes, "7 7 7 7"},
+      {2, 2, ascHeader(2, 2, "9.9999") + "1 2 3 4", 1, sizes, "7 7 7 7"},
+      {2, 2, ascHeader(2, 2, "nan") + "1 2 3 4", 1, sizes, "7 7 7 7"},
+      {2, 2, ascHeader(2, 2, "-10") + "1 2 3 4", 1, sizes, "7 7 7 7"},
+      // Header keys in any case; a value of -1 stops without a word, a wrong key with one.
+      {2, 2, "NCOLS 2\r\nNRows 2\r\nXLLCORNER 5\r\nyllCorner 7\r\nCELLSIZE 10\r\nnodata_VALUE 0\r\n1 2 3 4", 0, "",
+       "1 2 3 4"},
+      {2, 2, "ncols 2\r\nnrows -1\r\n1 2 3 4", 1, "", "7 7 7 7"},
+      {2, 2, "ncols 2\r\nnrows 2\r\nxllcorner -1\r\n1 2 3 4", 1, "", "7 7 7 7"},
+      {2, 2, "ncols 2\r\nnrows 2\r\nxllcorner 0\r\nyllcorner -1.0\r\n1 2 3 4", 1, "", "7 7 7 7"},
+      {2, 2, "ncols 2\r\nnrows 2\r\nxllcorner 0\r\nyllcorner 0\r\ncellsize -1\r\n1 2 3 4", 1, "", "7 7 7 7"},
+      {2, 2, "ncols 2\r\nnrows 2\r\nxllcorner 0\r\nyllcorner 0\r\ncellsize 10\r\nNODATA_value -1\r\n1 2 3 4", 1, "",
+       "7 7 7 7"},
+      {2, 2, "ncols 2\r\nnrows 2\r\nxllcenter 0\r\n", 1, noFloat, "7 7 7 7"},
+      {2, 2, "ncols 2\r\nrows 2\r\n", 1, noInt, "7 7 7 7"},
+      // A short header says which line is missing; lines ended by line feeds alone run together.
+      {2, 2, "ncols 2\r\nnrows 2\r\n", 1, noFloat + "grid.txt: the asc header ends before its \"xllcorner\" line\n",
+       "7 7 7 7", start + "ncols 2nrows 2"},
+      {2, 2, "ncols 2\nnrows 2\nxllcorner 0.0\nyllcorner 0.0\ncellsize 10.0\nNODATA_value -9999\n1 2 3 4\n", 1,
+       noInt + "grid.txt: the asc header ends before its \"nrows\" line\n", "7 7 7 7"},
+      // Without an "ncols" line the file is tried as points.
+      {2, 2, "", 1, noInt + "grid.txt: the xyz data is empty\n", "7 7 7 7",
+       start + "re-trying import in xyz format\n"},
+      // Blanks of every kind in the body; tokens that are no numbers read as strtod reads them.
+      {3, 3, h33 + "\n\n  1.5\t-2\r\r\n\n x3  \t\n+4 5e1 nan\r\n\r\n-0 7 .25", 0, "", "1.5 -2 0 4 50 nan -0 7 0.25"},
+      // The data ends before the last height; text after it is ignored.
+      {2, 2, h22 + "1.00 2.00\r\n\r\n3.00\r\n\r\n", 1, badFloats + "1x0\n\n\n", "1 2 3 7", start + echo22 + ".."},
+      {2, 2, h22 + "1 2", 1, badFloats + "0x1\n\n\n", "1 2 7 7"},
+      {2, 2, h22 + " \r\n\t", 1, badFloats + "0x0\n\n\n", "7 7 7 7"},
+      {2, 2, h22 + "1 2 3 4 5 junk", 0, "", "1 2 3 4"},
+      // A body without heights ends after the height at row 0, column 0: complete for 1 x 1 only.
+      {1, 1, ascHeader(1, 1, "10.0") + "\r\n", 0, "", "7"},
+      {0, 3, ascHeader(3, 0, "10.0") + "\r\n", 1, badFloats + "0x0\n\n\n", ""},
+      {0, 0, ascHeader(0, 0, "10.0") + "\r\n", 1, badFloats + "0x0\n\n\n", ""},
+      // Points: x and y are not looked at, only the first point and the row length are.
+      {3, 2,
+       "       0.00        0.00        1.00\r\n      10.00        0.00       -2.50\r\n"
+       "      20.00        0.00        3.00\r\n       0.00       10.00        4.00\r\n"
+       "      99.00       99.00        5.00\r\n      10.00       10.00       -6.25\r\n",
+       0, noInt, "1 -2.5 3 4 5 -6.25",
+       start + "       0.00        0.00        1.00re-trying import in xyz format\n.."},
+      {3, 2, "10 0 5\r\n0 0 5\r\n", 1, noInt + "Leading xyz not 0 0 height\n", "7 7 7 7 7 7"},
+      {3, 2, "0 0 1\r\n10 0 2\r\n0 10 3\r\n10 10 4\r\n0 20 5\r\n10 20 6\r\n", 1,
+       noInt + "grid dimensions not same as map. Is 2x2, should be 3x2\n", "7 7 7 7 7 7"},
+      {3, 2, "0 0 1\r\n10 0 2\r\n20 0 3\r\n0 10 4\r\n10 10 5\r\n", 1,
+       noInt + "grid.txt: the xyz data ends early: 5 of 6 points read\n", "1 2 3 4 5 7"},  // in memory only
+      {3, 2, "0 0 1\r\n10 0 2\r\n20 0 3\r\n", 1,
+       noInt + "grid.txt: the xyz data ends within its first row, so its row length is unknown\n", "7 7 7 7 7 7"},
+      {3, 2, "0 0 1\n10 0 2\n20 0 3\n0 10 4\n10 10 5\n20 10 6\n", 1,  // points on line feeds alone: one long line
+       noInt + "grid.txt: the xyz data ends within its first row, so its row length is unknown\n", "7 7 7 7 7 7"},
   };
-  for (const Empty& e : {Empty{1, 1, 0, ""}, Empty{3, 0, 1, "bad float values in asc file\n0x0\n\n\n"},
-                         Empty{0, 0, 1, "bad float values in asc file\n0x0\n\n\n"}}) {
-    makeGrid(project, e.rows, e.columns, 10.0f, std::vector<float>(e.rows * e.columns, 5.0f));
-    r = readText(project, ascHeader(e.columns, e.rows, "10.0") + "\r\n");
-    EXPECT_EQ(r.result, e.result) << e.columns << "x" << e.rows;
-    EXPECT_EQ(r.err, e.err) << e.columns << "x" << e.rows;
-    EXPECT_EQ(r.out.find("Done\n") != std::string::npos, e.result == 0) << e.columns << "x" << e.rows;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    Vorlan project;
+    makeGrid(project, c.columns, c.rows, 10.0f, std::vector<float>(std::size_t{c.columns} * c.rows, 7.0f));
+    Import r = readText(project, c.text);
+    EXPECT_EQ(r.result, c.result);
+    EXPECT_EQ(r.err, c.err);
+    EXPECT_EQ(heightText(r.heights), c.heights);
+    if (!c.out.empty()) {
+      EXPECT_EQ(r.out, c.out);
+    } else {
+      EXPECT_EQ(r.out.ends_with("Done\n"), c.result == 0);  // no line end needed after the last height
+    }
   }
-}
-
-TEST(XyzImport, AFileWithoutAnNcolsLineIsReadAsPoints) {
-  Vorlan project;
-  makeGrid(project, 3, 2, 10.0f);
-  Import r = readText(project,
-                      "       0.00        0.00        1.00\r\n      10.00        0.00       -2.50\r\n"
-                      "      20.00        0.00        3.00\r\n       0.00       10.00        4.00\r\n"
-                      "      99.00       99.00        5.00\r\n      10.00       10.00       -6.25\r\n");
-  EXPECT_EQ(r.result, 0);
-  EXPECT_EQ(r.out, "Importing elevations from grid.txt...\n       0.00        0.00        1.00"
-                   "re-trying import in xyz format\n..");
-  EXPECT_EQ(r.err, "Unknown int format of asc file\n");
-  EXPECT_EQ(r.heights, (std::vector<float>{1, -2.5f, 3, 4, 5, -6.25f}));  // x and y are not looked at
-}
-
-TEST(XyzImport, RefusedFiles) {
-  Vorlan project;
-  makeGrid(project, 3, 2, 10.0f, {7, 7, 7, 7, 7, 7});
-  Import r = readText(project, "10 0 5\r\n0 0 5\r\n");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.err, "Unknown int format of asc file\nLeading xyz not 0 0 height\n");
-  r = readText(project, "0 0 1\r\n10 0 2\r\n0 10 3\r\n10 10 4\r\n0 20 5\r\n10 20 6\r\n");
-  EXPECT_EQ(r.err, "Unknown int format of asc file\ngrid dimensions not same as map. Is 2x2, should be 3x2\n");
-  // Too few points, or no second row to measure the first by.
-  r = readText(project, "0 0 1\r\n10 0 2\r\n20 0 3\r\n0 10 4\r\n10 10 5\r\n");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.err, "Unknown int format of asc file\ngrid.txt: the xyz data ends early: 5 of 6 points read\n");
-  r = readText(project, "0 0 1\r\n10 0 2\r\n20 0 3\r\n");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_EQ(r.err,
-            "Unknown int format of asc file\n"
-            "grid.txt: the xyz data ends within its first row, so its row length is unknown\n");
-  // Points on line feeds alone are one long line.
-  makeGrid(project, 3, 2, 10.0f, {7, 7, 7, 7, 7, 7});
-  r = readText(project, "0 0 1\n10 0 2\n20 0 3\n0 10 4\n10 10 5\n20 10 6\n");
-  EXPECT_EQ(r.result, 1);
-  EXPECT_NE(r.err.find("ends within its first row"), std::string::npos);
-  EXPECT_EQ(r.heights, (std::vector<float>{7, 7, 7, 7, 7, 7}));
 }

@@ -157,14 +157,6 @@ TEST(ObjectExport, EveryLayoutMatchesPlainPrintf) {
         }
 }
 
-TEST(ObjectExport, ExampleLines) {
-  ProjectFixture f = oneTemplate("house.p3d");
-  f.addObject(1).at(10, 20, 5).heading(90, 1);
-  OpenedProject p(f);
-  EXPECT_EQ(exported(p.get(), layoutOf(1, ';', false, false)), "\"house\";10.00;20.00;5.00;90.00;0.00;1.00\r\n");
-  EXPECT_EQ(exported(p.get(), layoutOf(0, ',', false, true)), "\"house\",   10.00,   20.00,  5.00, 90.00\r\n");
-}
-
 TEST(ObjectExport, HeaderPaddingCountsDownToFour) {
   // Label "FileName" (8): a width of 12 pads nothing, 13 one blank.
   for (auto [model, blanks] : {std::pair{"abcdefghijkl", 0}, std::pair{"abcdefghijklm", 1}, std::pair{"abcdefghijklmnop", 4}}) {
@@ -204,24 +196,6 @@ TEST(ObjectExport, InvalidObjectsNeitherAppearNorWiden) {
   EXPECT_EQ(exported(p.get(), layoutOf(1, ',', false, true)), "\"a\",    1.00,    2.00,  3.00,  0.00,  0.00, 1.00\r\n");
 }
 
-TEST(ObjectExport, MissingTemplateWritesNothingAndSucceeds) {
-  ProjectFixture f = oneTemplate();
-  f.addObject(1);
-  f.addObject(4);
-  OpenedProject p(f);
-  StreamCapture err(stderr);
-  int status = -1;
-  EXPECT_EQ(exported(p.get(), layoutOf(1, ',', true, true), &status), "");
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(err.finish(), "Error in pew. No template model index 4\n");
-
-  std::string out = p.file("objects.txt");
-  StreamCapture err2(stderr);
-  EXPECT_EQ(exportObjects(p.get(), out.c_str(), ObjectLayout{}), 0);
-  EXPECT_EQ(err2.finish(), "Error in pew. No template model index 4\n\nobjects exported to '" + out + "'\n");
-  EXPECT_EQ(readFileText(out), "");
-}
-
 TEST(ObjectExport, FormatOutsideTheLayoutsFailsAfterTheFirstName) {
   ProjectFixture f = oneTemplate("buildings\\hut_number_one.p3d");  // 28 wide: one blank behind the label
   f.addObject(1);
@@ -242,20 +216,6 @@ TEST(ObjectExport, FormatOutsideTheLayoutsFailsAfterTheFirstName) {
   EXPECT_EQ(err.finish(), "");
   EXPECT_EQ(readFileText(out), "old\r\n");
   EXPECT_EQ(p.folderContent(), (std::vector<std::string>{"map.pew", "objects.txt"}));
-}
-
-TEST(ObjectExport, ToAFileReplacesItAndReports) {
-  ProjectFixture f = oneTemplate();
-  f.addObject(1).at(1, 2, 3);
-  OpenedProject p(f);
-  std::string out = p.file("objects.txt");
-  writeFileText(out, std::string(100000, 'x'));
-  StreamCapture err(stderr);
-  EXPECT_EQ(exportObjects(p.get(), out.c_str(), layoutOf(0, ',', false, false)), 0);
-  EXPECT_EQ(err.finish(), "\nobjects exported to '" + out + "'\n");
-  EXPECT_EQ(readFileText(out), "\"ca\\house\",1.00,2.00,3.00,0.00\r\n");
-  EXPECT_EQ(p.folderContent(), (std::vector<std::string>{"map.pew", "objects.txt"}));
-  EXPECT_TRUE(p.unchanged());
 }
 
 TEST(ObjectExport, NoValidObjectsWithoutHeaderGivesAnEmptyFile) {

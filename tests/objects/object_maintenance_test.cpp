@@ -29,19 +29,11 @@ Printed run(Action action) {
   return {status, out.finish(), errText};
 }
 
-bool saved(const Printed& p) { return p.err.find("Creating ") != std::string::npos; }
-
 std::vector<PewObject*> allValid(Vorlan& project) {
   std::vector<PewObject*> all;
   PewObjects& objects = *project.pew_get_objects();
   for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) all.push_back(o);
   return all;
-}
-
-std::vector<std::int32_t> validIds(Vorlan& project) {
-  std::vector<std::int32_t> ids;
-  for (PewObject* o : allValid(project)) ids.push_back(o->objectId);
-  return ids;
 }
 
 // Twins as the listing defines them, the slow way.
@@ -66,33 +58,6 @@ ProjectFixture withTemplates() {
 }
 
 }  // namespace
-
-TEST(ListDuplicates, EachObjectWithItsFirstLaterTwin) {
-  ProjectFixture f = withTemplates();
-  f.addObject(1).at(1, 2, 3);                       // ID 1
-  f.addObject(2).at(1, 2, 3);                       // 2: another template
-  f.addObject(1).at(1, 2, 3);                       // 3: twin of 1 (once 4 is deleted)
-  f.addObject(1).at(1, 2, 3);                       // 4: marked deleted below
-  f.addObject(1).at(5.5f, -6.25f, 0);               // 5
-  f.addObject(1).at(1, 2, 3);                       // 6: twin of 3
-  f.addObject(1).at(5.5f, -6.25f, 0);               // 7: twin of 5
-  f.addObject(1).at(1, 2, 3).transform[1] = -0.0f;  // 8: differs from 1 in a zero's sign only
-  f.addObject(1).at(1, 2, 3).relative(4);           // 9: relative heights do not count
-  f.addDeleted();
-  OpenedProject p(f);
-  allValid(p.get())[3]->validFlag = 0;
-  Printed r = run([&] { return listDuplicates(p.get()); });
-  EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out,
-            "listing duplicate objects...\n"
-            "ca\\house.p3d: ID 1 and 3 @ location 1.00x2.00\n"
-            "ca\\house.p3d: ID 3 and 6 @ location 1.00x2.00\n"
-            "ca\\house.p3d: ID 5 and 7 @ location 5.50x-6.25\n"
-            "ca\\house.p3d: ID 6 and 9 @ location 1.00x2.00\n"
-            "at least 4 duplicates found\n");
-  EXPECT_EQ(r.err, "");
-  EXPECT_TRUE(p.unchanged());
-}
 
 TEST(ListDuplicates, NoneFoundAndMissingTemplates) {
   ProjectFixture f = withTemplates();
@@ -132,28 +97,6 @@ TEST(ListDuplicates, AMillionTwinsEachFindTheNext) {
   std::vector<std::uint32_t> twins = findLaterTwins(objects);
   for (std::uint32_t i = 0; i + 1 < twins.size(); ++i) ASSERT_EQ(twins[i], i + 1);
   EXPECT_EQ(twins.back(), kNoTwin);
-}
-
-TEST(ReduceObjects, RemovesEveryDeletedEntryForGood) {
-  ProjectFixture f = withTemplates();
-  f.addObject(1).id = 10;
-  f.addDeleted(2);
-  f.addObject(2).id = 20;
-  f.addObject(1).id = 30;
-  f.addDeleted();
-  OpenedProject p(f);
-  allValid(p.get())[1]->validFlag = 0;  // marked by earlier work: reduced as well
-  EXPECT_EQ(p.get().pew_get_objects()->slotCount(), 6u);
-  Printed r = run([&] { return reduceObjects(p.get()); });
-  EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out, "Reducing objects...\n....\n4 unusable Object entries Removed\n");
-  EXPECT_TRUE(saved(r));
-  Vorlan reduced;
-  p.reopen(reduced);
-  EXPECT_EQ(reduced.pew_get_objects()->slotCount(), 2u);
-  EXPECT_EQ(validIds(reduced), (std::vector<std::int32_t>{10, 30}));
-  EXPECT_EQ(reduced.pew_template_used_in_objects(reduced.pew_get_template(2)), 0);
-  EXPECT_NE(reduced.pew_template_used_in_objects(reduced.pew_get_template(1)), 0);
 }
 
 TEST(AddOffsets, MovesTheValidObjectsOnly) {
