@@ -111,36 +111,7 @@ TEST(AskYesNo, EndOfInputWaitsQuietlyWithoutSpinning) {
   EXPECT_EQ(prompts, "go? Y/N? q\ngo? Y/N? ");
 }
 
-TEST(ConfirmAction, WithYesPrintsOnlyTheTitleAndPreparesTheOutputs) {
-  TempDir dir;
-  writeFileText(dir.file("map.pew"), "old");
-  projectPath.Set(dir.file("map.pew").c_str());
-  runOptions.yes = 1;
-  runOptions.backup = 0;
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  EXPECT_NE(confirmAction("Deleting Objects"), 0);
-  EXPECT_EQ(err.finish(), "");
-  EXPECT_EQ(out.finish(), "Deleting Objects\n");
-  EXPECT_EQ(std::string(outputs.rnp_GetFileName(1)), dir.file("map.pew"));
-  EXPECT_EQ(outputs.rnp_CloseOutputs(1), 1);  // release the prepared names
-  runOptions.yes = 0;
-}
-
-TEST(ConfirmAction, DeclinedLeavesTheOutputsAlone) {
-  TempDir dir;
-  writeFileText(dir.file("other.pew"), "old");
-  projectPath.Set(dir.file("other.pew").c_str());
-  runOptions.yes = 0;
-  InputFeed in("n");
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  EXPECT_EQ(confirmAction(nullptr), 0);
-  EXPECT_EQ(err.finish(), "are you sure you want to do this? Y/N? n\n");
-  EXPECT_EQ(out.finish(), "");
-  EXPECT_NE(std::string(outputs.rnp_GetFileName(1)), dir.file("other.pew"));
-}
-
+// Saying yes and no to the confirmation is shown by the end-to-end cases.
 TEST(ConfirmAction, FolderThatCannotTakeFilesGivesZeroAndSaysWhy) {
   projectPath.Set("/nonexistent-folder/map.pew");
   runOptions.yes = 1;

@@ -118,20 +118,6 @@ class SaveProjectTest : public ::testing::Test {
   std::string path;
 };
 
-TEST_F(SaveProjectTest, FailedWriteLeavesTheProjectAndNoTemporaryFile) {
-  std::string old = readFileText(path);
-  runOptions.backup = 1;
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  ASSERT_NE(confirmAction(nullptr), 0);
-  project->Close();  // nothing to write: the write fails
-  EXPECT_EQ(saveProject("Objects Deleted\n"), status::kNoProject);
-  err.finish();
-  EXPECT_EQ(out.finish().find("Objects Deleted"), std::string::npos);
-  EXPECT_EQ(readFileText(path), old);
-  EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
-}
-
 // The disk fills up in the middle of the write. A file size limit does that
 // for any user, the super-user included, so it runs in a child process.
 TEST_F(SaveProjectTest, DiskFullDuringTheWriteLeavesTheProjectByteIdentical) {

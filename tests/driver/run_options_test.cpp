@@ -168,17 +168,4 @@ TEST(ParseOptions, ParsingStopsAtTheFirstBadWord) {
   EXPECT_EQ(p.errors, unknown('q') + usage());
 }
 
-TEST(ParseOptions, WordAndLettersEntryPoints) {
-  runOptions.optionSeen = 0;
-  EXPECT_TRUE(parseOptionWord("+x"));
-  EXPECT_TRUE(parseOptionWord("map.pew"));
-  EXPECT_EQ(runOptions.optionSeen, 0);
-  EXPECT_TRUE(parseOptionWord("-y"));
-  EXPECT_EQ(runOptions.optionSeen, 1);
-  StreamCapture err(stderr);
-  EXPECT_EQ(parseOptionLetters("rz"), 1);
-  EXPECT_EQ(parseOptionLetters("g"), 0);
-  EXPECT_EQ(err.finish(), unknown('g'));  // no usage text at this level
-}
-
 }  // namespace

@@ -25,9 +25,3 @@ std::string writeProject(const std::string& name, int objects) {
   for (int i = 0; i < objects; ++i) f.addObject(1).at(10.0f * static_cast<float>(i), 5, 0);
   return f.writeTo(name);
 }
-
-int occurrences(const std::string& text, const std::string& part) {
-  int count = 0;
-  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size())) ++count;
-  return count;
-}

@@ -19,6 +19,3 @@ RunResult runWith(std::vector<std::string> words, LibraryVersion library = {7.70
 
 // Writes a small valid project with `objects` objects of one template.
 std::string writeProject(const std::string& name, int objects);
-
-// The number of times `part` occurs in `text`.
-int occurrences(const std::string& text, const std::string& part);

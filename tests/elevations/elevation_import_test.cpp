@@ -2,13 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstdlib>
+#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "elevation_test_support.h"
-#include "elevations/elevation_export.h"
 #include "stream_capture.h"
 #include "temp_dir.h"
 
@@ -45,37 +43,7 @@ std::string heightText(const std::vector<float>& heights) {
   return text;
 }
 
-float strtodFloat(const char* text) { return static_cast<float>(std::strtod(text, nullptr)); }
-
 }  // namespace
-
-TEST(AscImport, ASquareGridComesBackToTwoDecimals) {
-  TempDir dir;
-  Vorlan project;
-  const std::vector<float> heights = {1.234f, -5.5f, 0.005f, 1e6f + 0.3f, -0.004f, 99.995f, 3e7f, 12.125f, -7.0f};
-  makeGrid(project, 3, 3, 2.5f, heights);
-  std::string name = dir.file("grid.asc");
-  {
-    StreamCapture out(stdout);
-    ASSERT_EQ(exportElevations(project, name.c_str(), kElevationAsc), 0);
-  }
-  makeGrid(project, 3, 3, 2.5f);
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  int result = readElevationFile(project, name.c_str());
-  std::string errText = err.finish();
-  std::string outText = out.finish();
-  EXPECT_EQ(result, 0);
-  EXPECT_EQ(errText, "");
-  EXPECT_EQ(outText, "Importing elevations from " + name +
-                         "...\nncols 3nrows 3xllcorner 0.0yllcorner 0.0cellsize 2.5NODATA_value -9999...Done\n");
-  std::vector<float> back = heightsOf(project);
-  for (std::size_t i = 0; i < heights.size(); ++i) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.2f", static_cast<double>(heights[i]));
-    EXPECT_EQ(back[i], strtodFloat(text)) << text;
-  }
-}
 
 // Each case reads one text into a fresh grid of sevens with a spacing of 10.
 // `out` is compared only where it is given. What a failed import leaves in

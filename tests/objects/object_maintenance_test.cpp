@@ -59,21 +59,6 @@ ProjectFixture withTemplates() {
 
 }  // namespace
 
-TEST(ListDuplicates, NoneFoundAndMissingTemplates) {
-  ProjectFixture f = withTemplates();
-  f.addObject(1).at(1, 2, 3);
-  f.addObject(1).at(1, 2, 4);
-  OpenedProject p(f);
-  EXPECT_EQ(run([&] { return listDuplicates(p.get()); }).out, "listing duplicate objects...\nno duplicates found\n");
-
-  ProjectFixture damaged = withTemplates();
-  damaged.addObject(6);
-  damaged.addObject(6);
-  OpenedProject q(damaged);
-  EXPECT_EQ(run([&] { return listDuplicates(q.get()); }).out,
-            "listing duplicate objects...\n(no template 6): ID 1 and 2 @ location 0.00x0.00\nat least 1 duplicates found\n");
-}
-
 TEST(ListDuplicates, HashedSearchAgreesWithComparingEveryPair) {
   std::mt19937 random(9);
   const float values[] = {0.0f, -0.0f, 1.0f, 2.5f};
