@@ -45,22 +45,6 @@ std::string formatted(float value, int width) {
 
 }  // namespace
 
-TEST(ElevationExport, GridsWithoutRowsOrColumns) {
-  TempDir dir;
-  Vorlan project;
-  makeGrid(project, 3, 0, 10.0f);
-  Export asc = exportTo(project, dir.file("none.asc"), kElevationAsc);
-  EXPECT_EQ(asc.result, 0);
-  EXPECT_EQ(asc.file, ascHeader(3, 0, "10.0"));
-  Export xyz = exportTo(project, dir.file("none.xyz"), kElevationXyz);
-  EXPECT_EQ(xyz.result, 0);
-  EXPECT_EQ(xyz.file, "");
-
-  makeGrid(project, 0, 2, 10.0f);
-  EXPECT_EQ(exportTo(project, dir.file("empty.asc"), kElevationAsc).file, ascHeader(0, 2, "10.0") + "\r\n\r\n");
-  EXPECT_EQ(exportTo(project, dir.file("empty.xyz"), kElevationXyz).file, "");
-}
-
 TEST(ElevationExport, RefusesUncreatableFilesAndUnknownFormats) {
   TempDir dir;
   Vorlan project;

@@ -136,15 +136,6 @@ TEST(ObjectExport, FormatOutsideTheLayoutsFailsAfterTheFirstName) {
   EXPECT_EQ(p.folderContent(), (std::vector<std::string>{"map.pew", "objects.txt"}));
 }
 
-TEST(ObjectExport, NoValidObjectsWithoutHeaderGivesAnEmptyFile) {
-  OpenedProject p(oneTemplate());
-  std::string out = p.file("empty.txt");
-  StreamCapture err(stderr);
-  EXPECT_EQ(exportObjects(p.get(), out.c_str(), layoutOf(1, ',', false, true)), 0);
-  EXPECT_EQ(err.finish(), "\nobjects exported to '" + out + "'\n");
-  EXPECT_EQ(readFileText(out), "");
-}
-
 TEST(ObjectExport, FilesThatCannotBeWrittenLeaveEverythingAsItWas) {
   ProjectFixture f = oneTemplate();
   f.addObject(1);
