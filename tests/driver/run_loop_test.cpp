@@ -77,6 +77,17 @@ TEST(RunLoop, ActionsWithoutModulesDoNothing) {
 
 // Saves that fail for a cause outside the program. A successful save is
 // shown by the end-to-end cases.
+// In a forked child: both streams to /dev/null, files limited to `bytes`
+// (a write beyond fails instead of ending the process).
+void quietChild(rlim_t bytes) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  struct rlimit limit = {bytes, bytes};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  int devnull = open("/dev/null", O_WRONLY);
+  dup2(devnull, 1);
+  dup2(devnull, 2);
+}
+
 class SaveProjectTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -90,12 +101,6 @@ class SaveProjectTest : public ::testing::Test {
     ASSERT_EQ(project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0), 0);
   }
   void TearDown() override { runOptions.yes = 0; }
-  std::vector<std::string> files() const {
-    std::vector<std::string> names;
-    for (const auto& e : std::filesystem::directory_iterator(dir.path())) names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-  }
   // Confirms, lets `interfere` act, deletes the objects and saves. The save
   // must fail with a message naming the project and leave the old project
   // byte for byte at `where`. Gives the messages.
@@ -127,12 +132,7 @@ TEST_F(SaveProjectTest, DiskFullDuringTheWriteLeavesTheProjectByteIdentical) {
   runOptions.backup = 1;
   pid_t child = fork();
   if (child == 0) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit limit = {8192, 8192};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    int devnull = open("/dev/null", O_WRONLY);
-    dup2(devnull, 1);
-    dup2(devnull, 2);
+    quietChild(8192);
     // The project is rewritten as it is: far larger than the limit.
     if (project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0) != 0 || !confirmAction(nullptr)) _exit(100);
     _exit(saveProject("Saved\n"));
@@ -142,7 +142,7 @@ TEST_F(SaveProjectTest, DiskFullDuringTheWriteLeavesTheProjectByteIdentical) {
   ASSERT_TRUE(WIFEXITED(result));
   EXPECT_EQ(WEXITSTATUS(result), status::kCannotWrite);
   EXPECT_TRUE(readFileText(path) == old) << "the project changed";
-  EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
 }
 
 // Between the confirmation and the write, something takes the temporary
@@ -153,7 +153,7 @@ TEST_F(SaveProjectTest, TemporaryNameTakenAfterTheConfirmationFailsCleanly) {
   EXPECT_NE(messages.find(".map.pew.tmp-" + std::to_string(getpid()) + ": cannot write"), std::string::npos) << messages;
   EXPECT_TRUE(std::filesystem::is_directory(temp)) << "the failed save removed what it did not create";
   ASSERT_EQ(rmdir(temp.c_str()), 0);
-  EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
 }
 
 // The project's folder is moved away between the confirmation and the write
@@ -168,9 +168,8 @@ TEST_F(SaveProjectTest, FolderMovedAwayAfterTheConfirmationFailsCleanly) {
     ASSERT_EQ(project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0), 0);
   }
   failedSave([&] { std::filesystem::rename(dir.file("maps"), dir.file("moved")); }, dir.file("moved/map.pew"));
-  EXPECT_EQ(files(), (std::vector<std::string>{"map.pew", "moved"}));
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.file("moved")),
-                          std::filesystem::directory_iterator()), 1);
+  EXPECT_EQ(dir.names(), (std::vector<std::string>{"map.pew", "moved"}));
+  EXPECT_EQ(dir.names("moved"), std::vector<std::string>{"map.pew"});
 }
 
 // The real read-only folder. Permissions do not bind the super-user, so this
@@ -182,7 +181,7 @@ TEST_F(SaveProjectTest, FolderMadeReadOnlyAfterTheConfirmationFailsCleanly) {
   EXPECT_NE(messages.find(".map.pew.tmp-" + std::to_string(getpid()) + ": cannot write the project file: Permission denied"),
             std::string::npos)
       << messages;
-  EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
 }
 
 // A project of some 5 MB (a 1024 x 1024 grid and 20000 objects): large
@@ -218,11 +217,7 @@ TEST_F(SaveProjectTest, KilledDuringTheSaveLeavesTheOldOrTheNewProject) {
     pid_t child = fork();
     if (child == 0) {
       close(ready[0]);
-      struct rlimit limit = {256u << 20, 256u << 20};
-      setrlimit(RLIMIT_FSIZE, &limit);
-      int devnull = open("/dev/null", O_WRONLY);
-      dup2(devnull, 1);
-      dup2(devnull, 2);
+      quietChild(256u << 20);
       if (project->pew_Open(path.c_str(), 0, printMessage, nullptr, 0) != 0 || !confirmAction(nullptr)) _exit(100);
       project->pew_delete_objects();  // a completed save is told apart from the old project
       if (write(ready[1], "r", 1) != 1) _exit(101);
@@ -263,7 +258,7 @@ TEST_F(SaveProjectTest, KilledDuringTheSaveLeavesTheOldOrTheNewProject) {
         writeFileText(path, old);
       }
       killedTemps.push_back(".map.pew.tmp-" + std::to_string(child));
-      std::vector<std::string> names = files();
+      std::vector<std::string> names = dir.names();
       std::erase_if(names, [&](const std::string& name) {
         return std::find(killedTemps.begin(), killedTemps.end(), name) != killedTemps.end();
       });
@@ -287,7 +282,7 @@ TEST_F(SaveProjectTest, KilledDuringTheSaveLeavesTheOldOrTheNewProject) {
   err.finish();
   out.finish();
   EXPECT_NE(readFileText(path), old);
-  EXPECT_EQ(files(), std::vector<std::string>{"map.pew"});
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
 }
 
 

@@ -158,16 +158,10 @@ TEST(ObjectExport, FilesThatCannotBeWrittenLeaveEverythingAsItWas) {
 }
 
 // With the header label wider than every name the padding count wraps round
-// and blanks are written until the output refuses them. Only outputs that
-// refuse at once are used here: a full device and a pipe nobody reads.
+// and blanks are written until the output refuses them. A pipe nobody reads
+// refuses at once (a full device is shown by an end-to-end case).
 TEST(ObjectExport, WrappedHeaderPaddingStopsAtTheFirstFailedWrite) {
   OpenedProject p(oneTemplate());  // no objects: the name width is 0
-  std::string full = p.file("full.txt");
-  ASSERT_EQ(symlink("/dev/full", full.c_str()), 0);
-  StreamCapture err(stderr);
-  EXPECT_EQ(exportObjects(p.get(), full.c_str(), ObjectLayout{}), 1);
-  EXPECT_EQ(err.finish(), "cannot write output file " + full + ": No space left on device\n");
-
   auto previous = std::signal(SIGPIPE, SIG_IGN);
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);

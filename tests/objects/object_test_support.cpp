@@ -6,10 +6,8 @@
 
 #include <csignal>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
 
 #include "driver/run_state.h"
 #include "message_capture.h"
@@ -53,19 +51,6 @@ OpenedProject::~OpenedProject() {
 Vorlan& OpenedProject::get() { return *project; }
 
 bool OpenedProject::unchanged() const { return readFileBytes(path_) == original_; }
-
-std::vector<std::string> OpenedProject::folderContent() const {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(dir_.path()))
-    names.push_back(entry.path().filename().string());
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-void OpenedProject::reopen(Vorlan& into) const {
-  MessageCapture::reset();
-  ASSERT_EQ(into.pew_Open(path_.c_str(), 0, MessageCapture::sink, nullptr, 0), status::kOk) << MessageCapture::text;
-}
 
 namespace {
 

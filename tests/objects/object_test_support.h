@@ -25,9 +25,7 @@ class OpenedProject {
   // The project file is still the one written at the start.
   bool unchanged() const;
   // The names in the project's folder, sorted.
-  std::vector<std::string> folderContent() const;
-  // The saved project, opened on its own.
-  void reopen(Vorlan& into) const;
+  std::vector<std::string> folderContent() const { return dir_.names(); }
 
  private:
   TempDir dir_;

@@ -15,6 +15,8 @@ class TempDir {
 
   const std::filesystem::path& path() const { return path_; }
   std::string file(const std::string& name) const { return (path_ / name).string(); }
+  // The names in `sub` (the folder itself by default), sorted.
+  std::vector<std::string> names(const std::string& sub = "") const;
 
  private:
   std::filesystem::path path_;
