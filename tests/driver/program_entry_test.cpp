@@ -60,7 +60,7 @@ TEST(RunGuarded, ExceptionsAreReportedAndGiveOne) {
     std::string report;
   } cases[] = {
       {[]() -> int { throw "narrow text\n"; }, "narrow text\n"},
-      {[]() -> int { throw L"wide \u00e9\n"; }, "wide \xc3\xa9\n"},
+      {[]() -> int { throw L"wide \u00e9 \u20ac \U0001F600\n"; }, "wide \xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80\n"},
       {[]() -> int { throw 42; }, "exe returned code 42\n"},
       {[]() -> int { throw std::runtime_error("x"); }, "unknown exception\n"},
       {[]() -> int { return 9; }, ""},

@@ -68,13 +68,6 @@ TEST(FindProject, FoldersPlusWordsAndFailure) {
   EXPECT_EQ(walkFolder(dir.file("b.pew").c_str()), 1);  // a file is no folder
 }
 
-TEST(RunLoop, ActionsWithoutModulesDoNothing) {
-  StreamCapture out(stdout);
-  EXPECT_EQ(dispatchAction(static_cast<ActionCode>(19)), 0);
-  EXPECT_EQ(dispatchAction(static_cast<ActionCode>(0xFFFFFFFF)), 0);
-  EXPECT_EQ(out.finish(), "");
-}
-
 // Saves that fail for a cause outside the program. A successful save is
 // shown by the end-to-end cases.
 // In a forked child: both streams to /dev/null, files limited to `bytes`

@@ -40,13 +40,9 @@ void expectStrtodValue(const std::string& token) {
   EXPECT_EQ(bitsOf(point.z), bitsOf(expected)) << token;
 }
 
-struct Read {
-  std::string out, err;
-};
-
 }  // namespace
 
-TEST(AscValue, AwkwardTokensGiveStrtodsValue) {
+TEST(AscValue, AwkwardAndRandomTokensGiveStrtodsValue) {
   for (const char* token :
        {"0", "-0", "-0.00", "40.86", "-40.86", "7.", ".5", "-.5", "+5", "+12.25", "0.1", "0.3", "1e5", "-1.5E-3",
         "2.5e+2", "1e", "1e+", "3e38", "3.4028235e38", "3.5e38", "1e400", "-1e400", "1e-50", "1.4e-45",
@@ -61,9 +57,6 @@ TEST(AscValue, AwkwardTokensGiveStrtodsValue) {
         ".", "-.", "+", "1.2.3", "12abc", "--5", "1,5", "\v7"}) {
     expectStrtodValue(token);
   }
-}
-
-TEST(AscValue, RandomTokensGiveStrtodsValue) {
   std::mt19937_64 random(7);
   std::uniform_int_distribution<std::uint64_t> bits;
   std::uniform_real_distribution<double> terrain(-500.0, 5000.0);
@@ -93,30 +86,28 @@ TEST(AscValue, PositionMovesToTheNextBlankWhereverStrtodStopped) {
   EXPECT_EQ(walk, "12.000000|\t- -3.000000|\rn nan| 5 5.000000|\n\v 6.000000| 6 6.000000| 8 8.250000| ");
 }
 
-class HeaderLines : public ::testing::Test {
- protected:
-  Read read(const std::string& file, const std::function<void(ElevationText&)>& body) {
-    text_ = file;
-    ElevationText text(text_.c_str(), "grid.asc");
-    StreamCapture out(stdout);
-    StreamCapture err(stderr);
-    body(text);
-    std::string errText = err.finish();
-    return {out.finish(), errText};
-  }
-  std::string text_;
-};
+namespace {
 
-TEST_F(HeaderLines, LongLinesAreCutButPassedOverWholeAndNoReadPassesTheEnd) {
+// What `body` printed while it read `file`.
+std::string read(const std::string& file, const std::function<void(ElevationText&)>& body) {
+  ElevationText text(file.c_str(), "grid.asc");
+  StreamCapture out(stdout);
+  body(text);
+  return out.finish();
+}
+
+}  // namespace
+
+TEST(HeaderLines, LongLinesAreCutButPassedOverWholeAndNoReadPassesTheEnd) {
   std::string longLine = "ncols 5" + std::string(5000, ' ') + "tail";
   std::optional<long> columns, rows;
-  Read r = read(longLine + "\r\nnrows 6\r\n", [&](ElevationText& t) {
+  std::string printed = read(longLine + "\r\nnrows 6\r\n", [&](ElevationText& t) {
     columns = t.readHeaderInt("ncols ");
     rows = t.readHeaderInt("nrows ");
   });
   EXPECT_EQ(columns, 5);
   EXPECT_EQ(rows, 6);
-  EXPECT_EQ(r.out, longLine.substr(0, ElevationText::kHeaderLineMax) + "nrows 6");
+  EXPECT_EQ(printed, longLine.substr(0, ElevationText::kHeaderLineMax) + "nrows 6");
   // A carriage return as the very last byte: nothing runs past the end.
   bool atEnd = false;
   read("ncols 2\r", [&](ElevationText& t) {
@@ -127,7 +118,7 @@ TEST_F(HeaderLines, LongLinesAreCutButPassedOverWholeAndNoReadPassesTheEnd) {
   EXPECT_TRUE(atEnd);
 }
 
-TEST_F(HeaderLines, XyzPointsSkipNumbersByDigitsAndPoints) {
+TEST(HeaderLines, XyzPointsSkipNumbersByDigitsAndPoints) {
   std::string points;
   read(
       "       0.00        0.00      -12.50\r\n"
