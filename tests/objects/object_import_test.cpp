@@ -87,21 +87,6 @@ TEST(ObjectImport, RecordsReadBackFromEveryLayout) {
         }
 }
 
-TEST(ObjectImport, TheFirstLineIsAHeaderWhenItsValuesStartWithZero) {
-  for (const char* first : {"\"FileName\",X,Y,Height,Orientation\r\n", "\"house\",0,1,2,3\r\n",
-                            "house.p3d,1,2,3,0\r\n"}) {  // its values begin with "p3d"
-    OpenedProject p(houseAndTree());
-    ImportRun r = importText(p, std::string(first) + "\"ca\\house\",0,1,2,3\r\n");
-    ASSERT_EQ(r.status, 0) << first << r.err;
-    EXPECT_EQ(templateIds(p.get()), (std::vector<std::uint32_t>{3})) << first;
-  }
-  // Behind the first line the same lines are records, or bad.
-  OpenedProject p(houseAndTree());
-  ImportRun r = importText(p, "\"ca\\house\",1,2,3,4\r\nhouse.p3d,1,2,3,0\r\n");
-  EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "bad syntax\n");
-}
-
 TEST(ObjectImport, TransformRecords) {
   OpenedProject p(houseAndTree());
   const std::string rows = "\t1.0,\t0.0,\t0.0,\r\n\t0.0,\t1.0,\t0.0,\r\n\t0.0,\t0.0,\t1.0,\r\n";

@@ -84,7 +84,7 @@ TEST(ListDuplicates, AMillionTwinsEachFindTheNext) {
   EXPECT_EQ(twins.back(), kNoTwin);
 }
 
-TEST(AddOffsets, MovesTheValidObjectsOnly) {
+TEST(AddOffsets, MovesTheValidObjectsOnlyOnceConfirmed) {
   ProjectFixture f = withTemplates();
   f.addObject(1).at(1, 2, 3).heading(30, 2);
   f.addObject(2).at(-5, 7.5f, 0);
@@ -102,31 +102,14 @@ TEST(AddOffsets, MovesTheValidObjectsOnly) {
   EXPECT_EQ(std::memcmp(moved.m, before.m, 9 * sizeof(float)), 0);  // orientation and scale stay
   EXPECT_EQ(hidden->transform.X(), -5.0);
   EXPECT_EQ(hidden->transform.Y(), 7.5);
+  // Declined, nothing moves (the other actions show this end to end).
+  runOptions.yes = 0;
+  std::vector<unsigned char> saved = readFileBytes(p.path());
+  InputFeed no("n");
+  r = run([&] { return addOffsets(p.get(), 1, 1, 1); });
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "are you sure you want to do this? Y/N? n\n");
+  EXPECT_EQ(allValid(p.get())[0]->transform.X(), 11.0);
+  EXPECT_TRUE(readFileBytes(p.path()) == saved);
 }
 
-TEST(ObjectActions, DeclinedConfirmationChangesNothing) {
-  ProjectFixture f = withTemplates();
-  f.addObject(1);
-  f.addDeleted();
-  OpenedProject p(f);
-  runOptions.yes = 0;
-  std::string text = p.file("objects.txt");
-  writeFileText(text, "\"tree\",1,2,3,4\r\n");
-  std::vector<std::pair<const char*, std::function<int()>>> actions = {
-      {"Deleting Objects\n", [&] { return deleteObjects(p.get()); }},
-      {"removing duplicate objects...\n", [&] { return removeDuplicates(p.get()); }},
-      {"Reducing objects...\n", [&] { return reduceObjects(p.get()); }},
-      {"Adding offsets\n", [&] { return addOffsets(p.get(), 1, 1, 1); }},
-      {"Importing Objects\n", [&] { return importObjects(p.get(), text.c_str()); }},
-  };
-  for (auto& [title, action] : actions) {
-    InputFeed keys("n");
-    Printed r = run(action);
-    EXPECT_EQ(r.status, 1) << title;
-    EXPECT_EQ(r.out, title);
-    EXPECT_EQ(r.err, "are you sure you want to do this? Y/N? n\n");
-  }
-  EXPECT_EQ(p.get().pew_get_objects()->slotCount(), 2u);
-  EXPECT_TRUE(p.unchanged());
-  EXPECT_EQ(p.folderContent(), (std::vector<std::string>{"map.pew", "objects.txt"}));
-}
