@@ -166,21 +166,19 @@ TEST(ObjectExport, WrappedHeaderPaddingStopsAtTheFirstFailedWrite) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   close(ends[0]);
-  {
-    std::fflush(stdout);
-    int saved = dup(STDOUT_FILENO);
-    dup2(ends[1], STDOUT_FILENO);
-    close(ends[1]);
-    StreamCapture err2(stderr);
-    int status = exportObjects(p.get(), "", layoutOf(0, ',', true, false));
-    std::string message = err2.finish();
-    std::fflush(stdout);
-    std::clearerr(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(message, "cannot write objects to standard output: Broken pipe\n");
-  }
+  std::fflush(stdout);
+  int saved = dup(STDOUT_FILENO);
+  dup2(ends[1], STDOUT_FILENO);
+  close(ends[1]);
+  StreamCapture err(stderr);
+  int status = exportObjects(p.get(), "", layoutOf(0, ',', true, false));
+  std::string message = err.finish();
+  std::fflush(stdout);
+  std::clearerr(stdout);
+  dup2(saved, STDOUT_FILENO);
+  close(saved);
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(message, "cannot write objects to standard output: Broken pipe\n");
   std::signal(SIGPIPE, previous);
   EXPECT_TRUE(p.unchanged());
 }
