@@ -312,22 +312,43 @@ TEST(BuiltTool, CombinedLogKeepsTheTerminalsOrder) {
     EXPECT_LT(log.find(order[i - 1]), log.find(order[i])) << order[i - 1] << " / " << order[i] << "\n" << log;
 }
 
-// The header label wider than every name makes the export pad without end:
-// an interrupt must take its temporary file with it.
-TEST(BuiltTool, InterruptedExportLeavesNoTemporaryFile) {
-  for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    TempDir dir;
-    writeProject(dir.file("map.pew"), 0);
-    pid_t child = startTool(dir, {"-E", "map", "out.txt"});
-    std::string temp = dir.file(".out.txt.tmp-" + std::to_string(child));
-    struct stat info;
-    while (stat(temp.c_str(), &info) != 0 || info.st_size == 0) sleepMicroseconds(1000);
-    kill(child, signal);
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << signal;
-    EXPECT_FALSE(std::filesystem::exists(temp)) << signal;
-    EXPECT_FALSE(std::filesystem::exists(dir.file("out.txt"))) << signal;
+// An interrupt takes the temporary file with it: during an export whose
+// header padding runs without end, and during the save of a large project.
+TEST(BuiltTool, InterruptedExportOrSaveLeavesNoTemporaryFile) {
+  struct Case {
+    std::vector<std::string> words;
+    std::string temporary;
+  };
+  for (const Case& c : {Case{{"-E", "map", "out.txt"}, ".out.txt.tmp-"}, Case{{"-DOY", "map"}, ".map.pew.tmp-"}}) {
+    bool saving = c.words[0] == "-DOY";
+    int interrupted = 0;
+    for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+      TempDir dir;
+      if (saving) writeLargeProject(dir.file("map.pew"));
+      else writeProject(dir.file("map.pew"), 0);
+      pid_t child = startTool(dir, c.words);
+      std::string temp = dir.file(c.temporary + std::to_string(child));
+      int status = 0;
+      bool ended = false;
+      struct stat info;
+      while (!ended && (stat(temp.c_str(), &info) != 0 || info.st_size == 0)) {
+        ended = waitpid(child, &status, WNOHANG) == child;
+        sleepMicroseconds(200);
+      }
+      if (!ended) {
+        kill(child, signal);
+        waitpid(child, &status, 0);
+      }
+      EXPECT_FALSE(std::filesystem::exists(temp)) << signal;
+      if (WIFSIGNALED(status)) {
+        EXPECT_EQ(WTERMSIG(status), signal);
+        ++interrupted;
+      }
+      if (!saving) {
+        EXPECT_FALSE(std::filesystem::exists(dir.file("out.txt"))) << signal;
+      }
+    }
+    EXPECT_GT(interrupted, 0) << c.words[0] << ": no signal landed while the temporary file was written";
   }
 }
 
