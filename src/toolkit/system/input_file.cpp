@@ -33,7 +33,14 @@ int openInputFile(const char* name, std::string* problem) {
     return -1;
   }
   struct stat info;
-  if (fstat(fd, &info) != 0 || !(S_ISREG(info.st_mode) || S_ISFIFO(info.st_mode))) {
+  if (fstat(fd, &info) != 0) {
+    int error = errno;
+    if (problem) *problem = std::strerror(error);
+    ::close(fd);
+    errno = error;
+    return -1;
+  }
+  if (!S_ISREG(info.st_mode) && !S_ISFIFO(info.st_mode)) {
     if (problem) *problem = std::string("is ") + fileKindName(info.st_mode) + ", not a file or pipe";
     ::close(fd);
     errno = EINVAL;
