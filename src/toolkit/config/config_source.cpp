@@ -42,12 +42,7 @@ ConfigSource::ConfigSource(std::string path, std::string bytes)
 
 std::unique_ptr<ConfigSource> ConfigSource::FromFile(const std::string& path, std::size_t maxBytes,
                                                      std::string* error) {
-  std::error_code ec;
-  if (std::filesystem::is_directory(path, ec)) {
-    *error = "is a folder, not a file";
-    return nullptr;
-  }
-  int fd = openInputFile(path.c_str(), error);
+  int fd = openInputFile(path.c_str(), error);  // refuses folders and devices
   if (fd < 0) return nullptr;
   std::unique_ptr<std::FILE, FileCloser> file(fdopen(fd, "rb"));
   if (!file) {
@@ -56,6 +51,7 @@ std::unique_ptr<ConfigSource> ConfigSource::FromFile(const std::string& path, st
     return nullptr;
   }
   std::size_t expected = 0;
+  std::error_code ec;
   auto size = std::filesystem::file_size(path, ec);
   if (!ec) {
     if (size > maxBytes) {

@@ -70,7 +70,7 @@ TEST(ConfigInclude, MissingFilesAndFoldersAreIncludeErrors) {
   EXPECT_EQ(ReadFile(reader, dir.file("main.txt")), status::kConfigInclude);
   EXPECT_EQ(std::string(reader.ErrorString(status::kConfigInclude)),
             dir.file("main.txt") + ":1:10: cannot read include file \"folder\" (" + dir.file("folder") +
-                "): is a folder, not a file");
+                "): is a folder, not a file or pipe");
   writeFileText(dir.file("main.txt"), "#include \"\"\n");
   EXPECT_EQ(ReadFile(reader, dir.file("main.txt")), status::kConfigInclude);
 }
