@@ -142,7 +142,7 @@ class PewObjects {
   std::uint64_t changeCount() const { return changes_; }
 
  private:
-  static constexpr std::size_t kBlockShift = 16;  // 65536 handles, 512 KB a block
+  static constexpr std::size_t kBlockShift = 18;  // 262144 handles, 2 MB a block (one huge page)
   static constexpr std::size_t kBlockSize = std::size_t{1} << kBlockShift;
   static constexpr std::uintptr_t kBlockBytes = kBlockSize * sizeof(PewObject);
   PewObject& at(std::size_t i) { return blocks_[i >> kBlockShift][i & (kBlockSize - 1)]; }
@@ -151,6 +151,8 @@ class PewObjects {
   PewObject* findInvalid(std::size_t from);
   unsigned char* arenaRecord(std::size_t bytes);
   std::int32_t freshId();
+  static PewObject* newBlock();
+  static void freeBlock(PewObject* block);
 
   // Blocks are aligned to their size, so a handle's block is found from its
   // address alone, and the block's number from this map.

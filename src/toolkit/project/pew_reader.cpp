@@ -257,10 +257,15 @@ bool Decoder::objects() {
       std::int32_t id;
       std::memcpy(&id, p + kObjectId, 4);
       list.noteId(id);
+      std::uint32_t templateId;
+      std::memcpy(&templateId, p + kName + nameLength + kTemplateId, 4);
+      out_.templates.countObject(templateId);
     }
     at += need;
   }
   in_.advance(at - static_cast<std::size_t>(in_.offset()));
+  // The usage counts are complete: a report need not walk the objects again.
+  out_.templates.usageCounted(list);
   return true;
 }
 
