@@ -95,7 +95,7 @@ void showProgressDot() {
 int endOfAscData(const ElevationText& text, const char* headerEnd, const AscHeader& header, long row, long column) {
   if (row + 1 == header.rows && column + 1 == header.columns) return allHeightsRead();
   const char* at = text.position();
-  std::size_t shown = std::min({kRemainderShown, static_cast<std::size_t>(at - headerEnd), std::strlen(at)});
+  std::size_t shown = std::min(static_cast<std::size_t>(at - headerEnd), strnlen(at, kRemainderShown));
   std::fputs("bad float values in asc file\n", stderr);
   std::fprintf(stderr, "%ldx%ld\n", row, column);
   std::fprintf(stderr, "%.*s\n\n", static_cast<int>(shown), at);
