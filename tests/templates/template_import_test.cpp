@@ -96,25 +96,8 @@ TEST(TemplateImport, ReplacingFromAnExportRebuildsEqualTemplates) {
 
 TEST(TemplateImport, EveryKeyWithItsConversion) {
   ProjectRun run(twoTemplates());
-  writeFileText(run.file("lib.txt"),
-                library(" class Everything\r\n {\r\n"
-                        "  ULOBJECTTYPE=4000000000; ulMarkerType=0x10; sbUnknownFlag=65537;\r\n"
-                        "  ulOutlineColour=RGB_DEFAULT; ulObjectColour=0xFFFFFFFE;\r\n"
-                        "  strModelFilename=\"data\\all.p3d\"; strModelName=\"say \"\"hi\"\"\";\r\n"
-                        "  ResolutionAutoCenterPos[]={0.1,2,-3}; GeometryAutoCenterPos[]={1e-3,\"4.5\",6};\r\n"
-                        "  dblxyGeometryBounds[]={0.1,1.3,99}; dblxyResolutionBounds[]={7,8};\r\n"
-                        "  dblxyRandomScale[]={0.1,1.3,1}; dblxyRandomRotate[]={1,2,70000};\r\n"
-                        "  dblxyrandomorientation[]={5,6,0};\r\n"
-                        "  class LodNamedSelections\r\n  {\r\n"
-                        "   Road[]={1,2,3,4,5,6,7,8,9,10,11,12,13};\r\n"
-                        "   XRoad[]={-1,-2,-3,-4,-5};\r\n   more[]={1};\r\n  };\r\n"
-                        "  class ArtificialObjects\r\n  {\r\n"
-                        "   class AObject_G0 { strName=\"Gate\"; lbUnknown=4294967295; StartEndPos[]={1,2,3,4,5,6,7}; "
-                        "other=1; };\r\n"
-                        "   note=1;\r\n"
-                        "   class AObject_1 { };\r\n  };\r\n"
-                        " };\r\n"));
-  ASSERT_EQ(run.run("-ATY", run.file("lib.txt")).status, 0);
+  // A library that sets every key, read into the project.
+  ASSERT_EQ(run.run("-ATY", std::string(TEST_DATA_DIR) + "/template_import_every_key_library.txt").status, 0);
   // The template as the export writes it back, compared with
   // template_import_every_key.txt beside this test (VORLAN_UPDATE_EXPECTED=1
   // rewrites it).
