@@ -84,10 +84,10 @@ void TemplateTable::rebuildUsage(const PewObjects& objects) {
   bool haveLast = false;
   objects.forEachSlot([&](const PewObject& o) {
     if (!o.refersToTemplate()) return;
-    if (!haveLast || o.templateId != lastId) {
-      auto it = byId_.find(o.templateId);
+    if (!haveLast || o.templateId() != lastId) {
+      auto it = byId_.find(o.templateId());
       lastEntry = it == byId_.end() ? nullptr : &it->second;
-      lastId = o.templateId;
+      lastId = o.templateId();
       haveLast = true;
     }
     if (lastEntry) ++lastEntry->objects;
