@@ -10,7 +10,6 @@
 #include "input_feed.h"
 #include "run_test_support.h"
 #include "stream_capture.h"
-#include "temp_dir.h"
 
 namespace {
 
@@ -28,18 +27,6 @@ TEST(VersionCheck, TooOldToolkitIsRefusedBeforeOptionsAreRead) {
   EXPECT_EQ(r.out, "=======*==========\n");
   EXPECT_TRUE(r.err.starts_with("vorlan Version 1.96, Dll  \"no_file\"\nunknown -option character 'q'\nSyntax:\n"))
       << r.err;
-}
-
-TEST(Banner, TitleIsTheFirstFileWordAsTyped) {
-  TempDir dir;
-  std::string project = writeProject(dir.file("map.pew"), 1);
-  std::string bare = dir.file("map");
-  auto bannerOf = [](const RunResult& r) { return r.err.substr(0, r.err.find('\n') + 1); };
-  EXPECT_EQ(bannerOf(runWith({bare})), "vorlan Version 1.96, Dll 7.70 \"map\"\n");
-  EXPECT_EQ(bannerOf(runWith({"-u", "+x", project})), "vorlan Version 1.96, Dll 7.70 \"map.pew\"\n");
-  EXPECT_EQ(bannerOf(runWith({"-u", "out.txt", project})), "vorlan Version 1.96, Dll 7.70 \"out.txt\"\n");
-  EXPECT_EQ(bannerOf(runWith({"-u", "folder/"})), "vorlan Version 1.96, Dll 7.70 \"folder/\"\n");
-  EXPECT_EQ(bannerOf(runWith({"-u"})), "vorlan Version 1.96, Dll 7.70 \"no_file\"\n");
 }
 
 TEST(Banner, ScanResumesAtWordThousandOnVeryLongCommandLines) {

@@ -17,7 +17,6 @@
 #include <string>
 #include <vector>
 
-#include "driver/command_line.h"
 #include "driver/console.h"
 #include "driver/run_state.h"
 #include "driver/save_project.h"
@@ -28,45 +27,6 @@
 #include "temp_dir.h"
 
 namespace {
-
-TEST(FindProject, TakesTheFirstFolderOrFileAndMarksItsWord) {
-  TempDir dir;
-  writeProject(dir.file("map.pew"), 1);
-  std::string missing = dir.file("none"), bare = dir.file("map"), out = "out.txt";
-  std::string option = "-y";
-  std::vector<char*> words{option.data(), missing.data(), out.data(), bare.data()};
-  StreamCapture err(stderr);
-  ASSERT_TRUE(findProject(4, words.data()));
-  EXPECT_EQ(err.finish(), "");
-  EXPECT_STREQ(projectPath.Get(), dir.file("map.pew").c_str());
-  EXPECT_EQ(bare[0], '-');     // marked
-  EXPECT_NE(missing[0], '-');  // a word that named nothing stays
-  ASSERT_TRUE(findTextFile(4, words.data()));
-  EXPECT_EQ(std::string(textFilePath.Get()), missing);  // the first unmarked word, before the project
-}
-
-TEST(FindProject, FoldersPlusWordsAndFailure) {
-  TempDir dir;
-  std::string folder = dir.path().string();
-  std::string plus = "+" + folder;  // names nothing here, but is a candidate all the same
-  std::string empty;
-  std::vector<char*> words{plus.data(), empty.data(), folder.data()};
-  ASSERT_TRUE(findProject(3, words.data()));
-  EXPECT_EQ(std::string(projectPath.Get()), dir.path().string());
-  ASSERT_TRUE(findTextFile(3, words.data()));
-  EXPECT_EQ(std::string(textFilePath.Get()), plus);
-
-  std::string dash = "-x";
-  std::vector<char*> none{dash.data(), empty.data()};
-  StreamCapture err(stderr);
-  EXPECT_FALSE(findProject(2, none.data()));
-  EXPECT_EQ(err.finish(), "No Pew File Found\n");
-  findTextFile(1, none.data());
-  EXPECT_STREQ(textFilePath.Get(), "");
-  EXPECT_EQ(walkFolder(dir.file("missing").c_str()), 1);
-  writeProject(dir.file("b.pew"), 1);
-  EXPECT_EQ(walkFolder(dir.file("b.pew").c_str()), 1);  // a file is no folder
-}
 
 // Saves that fail for a cause outside the program. A successful save is
 // shown by the end-to-end cases.
@@ -163,18 +123,6 @@ TEST_F(SaveProjectTest, FolderMovedAwayAfterTheConfirmationFailsCleanly) {
   failedSave([&] { std::filesystem::rename(dir.file("maps"), dir.file("moved")); }, dir.file("moved/map.pew"));
   EXPECT_EQ(dir.names(), (std::vector<std::string>{"map.pew", "moved"}));
   EXPECT_EQ(dir.names("moved"), std::vector<std::string>{"map.pew"});
-}
-
-// The real read-only folder. Permissions do not bind the super-user, so this
-// one only runs for a normal user; the two tests above cover the same path.
-TEST_F(SaveProjectTest, FolderMadeReadOnlyAfterTheConfirmationFailsCleanly) {
-  if (geteuid() == 0) GTEST_SKIP() << "running as root: folder permissions do not stop the write";
-  std::string messages = failedSave([&] { ASSERT_EQ(chmod(dir.path().c_str(), 0555), 0); }, path);
-  chmod(dir.path().c_str(), 0755);
-  EXPECT_NE(messages.find(".map.pew.tmp-" + std::to_string(getpid()) + ": cannot write the project file: Permission denied"),
-            std::string::npos)
-      << messages;
-  EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
 }
 
 // A project of some 5 MB (a 1024 x 1024 grid and 20000 objects): large

@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "driver/run_state.h"
 #include "stream_capture.h"
+#include "temp_dir.h"
 
 namespace {
 
@@ -26,8 +30,6 @@ Parsed parse(std::vector<std::string> words) {
   return {ok, err.finish(), runOptions};
 }
 
-std::string unknown(char c) { return std::string("unknown -option character '") + c + "'\n"; }
-
 // The settings other than the action, as one line.
 std::string settings(const RunOptions& o) {
   return std::string("sep ") + static_cast<char>(o.separator) + " o" + std::to_string(o.objectFormat) + " e" +
@@ -36,76 +38,36 @@ std::string settings(const RunOptions& o) {
          std::to_string(o.optionSeen) + " yes" + std::to_string(o.yes);
 }
 
-const std::string kDefaults = "sep , o1 e0 col1 hdr1 bak0 ver0 seen1 yes0";
-
-// The usage text itself is pinned by the end-to-end case without words.
-std::string usage() { return parse({}).errors; }
-
-TEST(ParseOptions, ActionsAndSettingsOfEachCommandLine) {
-  const struct {
-    std::vector<std::string> words;
-    ActionCode action;
-    std::string settings;
-  } cases[] = {
-      {{"map", "+plus", "out.txt"}, ActionCode::Analyse, "sep , o1 e0 col1 hdr1 bak0 ver0 seen0 yes0"},
-      {{"-B", "map"}, ActionCode::None, "sep , o1 e0 col1 hdr1 bak1 ver0 seen1 yes0"},
-      {{"-at"}, ActionCode::AddTemplates, kDefaults},
-      {{"-DO"}, ActionCode::DeleteObjects, kDefaults},
-      {{"-dt"}, ActionCode::DeleteTemplates, kDefaults},
-      {{"-e"}, ActionCode::ExportObjects, kDefaults},
-      {{"-eo"}, ActionCode::ExportObjects, "sep , o0 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-EO"}, ActionCode::ExportObjects, "sep , o0 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-eo0"}, ActionCode::ExportObjects, "sep , o0 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-Eo2"}, ActionCode::ExportObjects, "sep , o2 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-EO3"}, ActionCode::ExportObjects, "sep , o3 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-eo2", "-e"}, ActionCode::ExportObjects, "sep , o2 e0 col1 hdr1 bak0 ver0 seen1 yes0"},  // E keeps the format
-      {{"-et"}, ActionCode::ExportTemplates, kDefaults},
-      {{"-ee"}, ActionCode::ExportElevations, kDefaults},
-      {{"-EE0"}, ActionCode::ExportElevations, kDefaults},
-      {{"-ee1"}, ActionCode::ExportElevations, "sep , o1 e1 col1 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-ee1", "-ee"}, ActionCode::ExportElevations, kDefaults},
-      {{"-i"}, ActionCode::ImportObjects, kDefaults},
-      {{"-io"}, ActionCode::ImportObjects, kDefaults},
-      {{"-IT"}, ActionCode::ImportTemplates, kDefaults},
-      {{"-ie"}, ActionCode::ImportElevations, kDefaults},
-      {{"-lt"}, ActionCode::ListTemplates, kDefaults},
-      {{"-LZ"}, ActionCode::ListDuplicates, kDefaults},
-      {{"-r"}, ActionCode::ReduceObjects, kDefaults},
-      {{"-ro"}, ActionCode::ReduceObjects, kDefaults},
-      {{"-rt"}, ActionCode::ReduceTemplates, kDefaults},
-      {{"-rot"}, ActionCode::ReduceAll, kDefaults},
-      {{"-RTO"}, ActionCode::ReduceAll, kDefaults},
-      {{"-rz"}, ActionCode::RemoveDuplicates, kDefaults},
-      {{"-t"}, ActionCode::SelfTest, kDefaults},
-      {{"-u"}, ActionCode::Analyse, kDefaults},
-      {{"-x"}, ActionCode::ExportWrp, kDefaults},
-      {{"-X", "-LT"}, ActionCode::ListTemplates, kDefaults},  // the last action wins
-      {{"-ix"}, ActionCode::ExportWrp, kDefaults},            // I alone, then X
-      {{"-rb"}, ActionCode::ReduceObjects, "sep , o1 e0 col1 hdr1 bak1 ver0 seen1 yes0"},  // R alone, then B
-      {{"-dty"}, ActionCode::DeleteTemplates, "sep , o1 e0 col1 hdr1 bak0 ver0 seen1 yes1"},
-      {{"-DTY"}, ActionCode::DeleteTemplates, "sep , o1 e0 col1 hdr1 bak0 ver0 seen1 yes1"},
-      {{"-dT", "-y"}, ActionCode::DeleteTemplates, "sep , o1 e0 col1 hdr1 bak0 ver0 seen1 yes1"},
-      {{"-bvY", "map", "-EoC;"}, ActionCode::ExportObjects, "sep ; o0 e0 col1 hdr1 bak1 ver1 seen1 yes1"},
-      {{"-f"}, ActionCode::None, "sep , o1 e0 col0 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-F0"}, ActionCode::None, "sep , o1 e0 col0 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-f1"}, ActionCode::None, kDefaults},
-      {{"-h"}, ActionCode::None, "sep , o1 e0 col1 hdr0 bak0 ver0 seen1 yes0"},
-      {{"-H0"}, ActionCode::None, "sep , o1 e0 col1 hdr0 bak0 ver0 seen1 yes0"},
-      {{"-h1"}, ActionCode::None, kDefaults},
-      {{"-c;"}, ActionCode::None, "sep ; o1 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-C|"}, ActionCode::None, "sep | o1 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-c-"}, ActionCode::None, "sep - o1 e0 col1 hdr1 bak0 ver0 seen1 yes0"},
-      {{"-FH"}, ActionCode::None, "sep , o1 e0 col0 hdr0 bak0 ver0 seen1 yes0"},
-      {{"-fx"}, ActionCode::ExportWrp, "sep , o1 e0 col0 hdr1 bak0 ver0 seen1 yes0"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.words.back());
-    Parsed p = parse(c.words);
-    ASSERT_TRUE(p.ok) << p.errors;
-    EXPECT_EQ(p.errors, "");
-    EXPECT_EQ(p.options.action, c.action);
-    EXPECT_EQ(settings(p.options), c.settings);
+// Each case line of option_cases.txt is "WORDS => RESULT"; the test computes
+// every result and compares the whole file at once.
+TEST(ParseOptions, EveryCaseOfTheTable) {
+  const std::string usage = parse({}).errors;  // its text is pinned by the end-to-end case without words
+  ASSERT_TRUE(usage.starts_with("Syntax:\n")) << usage;
+  const std::string name = std::string(TEST_DATA_DIR) + "/option_cases.txt";
+  std::istringstream table(readFileText(name));
+  std::string actual;
+  for (std::string line; std::getline(table, line);) {
+    std::size_t arrow = line.find(" => ");
+    if (line.starts_with("#") || arrow == std::string::npos) {
+      actual += line + "\n";
+      continue;
+    }
+    std::istringstream in(line.substr(0, arrow));
+    std::vector<std::string> words{std::istream_iterator<std::string>(in), {}};
+    Parsed p = parse(words);
+    std::string result = "action " + std::to_string(static_cast<int>(p.options.action)) + " " + settings(p.options);
+    if (!p.ok) {
+      std::string message = p.errors.ends_with(usage) ? p.errors.substr(0, p.errors.size() - usage.size()) : "NO USAGE";
+      message = message.substr(0, message.find('\n'));
+      result = "error: " + message + " | " + result;
+    } else if (!p.errors.empty()) {
+      result += " | printed " + p.errors;
+    }
+    for (std::size_t nul; (nul = result.find('\0')) != std::string::npos;) result.replace(nul, 1, "\\0");
+    actual += line.substr(0, arrow) + " => " + result + "\n";
   }
+  if (std::getenv("VORLAN_UPDATE_EXPECTED")) writeFileText(name, actual);
+  EXPECT_EQ(actual, readFileText(name));
 }
 
 TEST(ParseOptions, EveryParseStartsFromTheDefaultsButKeepsYesAndPause) {
@@ -121,51 +83,6 @@ TEST(ParseOptions, EveryParseStartsFromTheDefaultsButKeepsYesAndPause) {
   EXPECT_TRUE(parseOptions(2, argv));  // P clears the pause
   err.finish();
   EXPECT_EQ(runOptions.pause, 0u);
-}
-
-TEST(ParseOptions, ErrorsNameTheCharacterAndAreFollowedByUsage) {
-  struct ErrorCase {
-    std::vector<std::string> words;
-    std::string message;
-  } cases[] = {
-      {{"-e0", "map"}, unknown('0')},
-      {{"-eo4"}, unknown('4')},
-      {{"-ee2"}, unknown('2')},
-      {{"-f2"}, unknown('F')},
-      {{"-H9"}, unknown('H')},
-      {{"-fq"}, unknown('q')},
-      {{"-a"}, unknown('\0')},
-      {{"-ax"}, unknown('x')},
-      {{"-d"}, unknown('\0')},
-      {{"-dx"}, unknown('x')},
-      {{"-l"}, unknown('\0')},
-      {{"-lq"}, unknown('q')},
-      {{"-ca"}, "Separation char is not punctuation\n"},
-      {{"-c"}, "Separation char is not punctuation\n"},
-      {{"-"}, "missing an -option character\n"},
-      {{"map", "-x", "-"}, "missing an -option character\n"},
-  };
-  const std::string usage = ::usage();
-  ASSERT_TRUE(usage.starts_with("Syntax:\n")) << usage;
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.words.back());
-    Parsed p = parse(c.words);
-    EXPECT_FALSE(p.ok);
-    EXPECT_EQ(p.errors, c.message + usage);
-  }
-  for (char letter : std::string("gjmnoqswzGJMNOQSWZ0123456789;,.-+*")) {
-    Parsed p = parse({std::string("-") + letter});
-    EXPECT_FALSE(p.ok) << letter;
-    EXPECT_EQ(p.errors, unknown(letter) + usage);
-  }
-}
-
-TEST(ParseOptions, ParsingStopsAtTheFirstBadWord) {
-  Parsed p = parse({"-fx", "-q", "-lt"});
-  EXPECT_FALSE(p.ok);
-  EXPECT_EQ(p.options.columnate, 0);               // set before the error
-  EXPECT_EQ(p.options.action, ActionCode::ExportWrp);  // -lt never parsed
-  EXPECT_EQ(p.errors, unknown('q') + usage());
 }
 
 }  // namespace

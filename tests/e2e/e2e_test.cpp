@@ -217,28 +217,4 @@ std::string caseTestName(const testing::TestParamInfo<std::string>& info) {
 
 INSTANTIATE_TEST_SUITE_P(E2E, Case, testing::ValuesIn(caseNames()), caseTestName);
 
-TEST(ProjectDescription, ReadsEveryStatement) {
-  ProjectFixture f = parseProjectDescription(
-      "# a comment\n"
-      "version 59\n"
-      "grid 2 1 5 1.5 -2\n"
-      "template 3 \"data\\big house.p3d\" \"big house\" type=2 marker=1 road outline=0xFF colour=0x10\n"
-      "object 3 id 9 at 1 2 3 heading 90 2 name \"a b\" relative 0.5\n"
-      "deleted 2\n");
-  EXPECT_EQ(f.signature, "POSEW59");
-  EXPECT_EQ(f.heights, (std::vector<float>{1.5f, -2.0f}));
-  ASSERT_EQ(f.templates.size(), 1u);
-  EXPECT_EQ(f.templates[0].modelFilename, "data\\big house.p3d");
-  EXPECT_EQ(f.templates[0].modelName, "big house");
-  EXPECT_TRUE(f.templates[0].road);
-  EXPECT_EQ(f.templates[0].outlineColour, 0xFFu);
-  ASSERT_EQ(f.objects.size(), 3u);
-  EXPECT_EQ(f.objects[0].id, 9);
-  EXPECT_EQ(f.objects[0].transform[2], -2.0f);
-  EXPECT_EQ(f.objects[0].instanceName, "a b");
-  EXPECT_FALSE(f.objects[2].valid);
-  EXPECT_THROW(parseProjectDescription("grid 2 2 x\n"), std::runtime_error);
-  EXPECT_THROW(parseProjectDescription("object 1 flying\n"), std::runtime_error);
-}
-
 }  // namespace

@@ -1,5 +1,4 @@
-// Whole runs of the program with the elevation import: a failed import
-// leaves the project as it was.
+// The elevation import on a terminal: a key press abandons it.
 #include <poll.h>
 #include <pty.h>
 #include <termios.h>
@@ -10,23 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "driver/run_test_support.h"
 #include "elevation_test_support.h"
 #include "elevations/elevation_import.h"
-#include "fixture_builder.h"
 #include "stream_capture.h"
 #include "temp_dir.h"
 
 namespace {
-
-std::string writeGridProject(const std::string& name, std::uint32_t columns, std::uint32_t rows,
-                             std::vector<float> heights) {
-  ProjectFixture f;
-  f.grid(columns, rows, 10.0f, std::move(heights));
-  f.addTemplate(1, "ca\\rock.p3d", "rock");
-  f.addObject(1).at(5, 5, 1);
-  return f.writeTo(name);
-}
 
 // Standard input is a terminal on which a key has been typed.
 class TypedKey {
@@ -65,34 +53,6 @@ class TypedKey {
 };
 
 }  // namespace
-
-TEST(ElevationRun, EveryFailedImportLeavesTheProjectByteIdentical) {
-  TempDir dir;
-  std::string project = writeGridProject(dir.file("map.pew"), 2, 2, {1, 2, 3, 4});
-  const std::vector<unsigned char> before = readFileBytes(project);
-  const std::vector<std::string> files = {
-      ascHeader(3, 2, "10.0") + "1 2 3 4 5 6",               // sizes
-      ascHeader(2, 2, "10.5") + "1 2 3 4",                   // cell size
-      ascHeader(2, 2, "10.0") + "1 2 3",                     // one height short
-      "ncols 2\r\nnrows 2\r\nxllcorner -1\r\n",               // the sentinel
-      "ncols 2\r\nnrows 2\r\n",                               // header cut short
-      "5 0 1\r\n",                                            // xyz not starting at 0 0
-      "0 0 1\r\n10 0 2\r\n0 10 3\r\n",                        // xyz short
-      "0 0 1\r\n10 0 2\r\n20 0 3\r\n0 10 4\r\n",              // xyz rows too long
-  };
-  for (std::size_t i = 0; i < files.size(); ++i) {
-    writeFileText(dir.file("bad.txt"), files[i]);
-    RunResult r = runWith({"-IEY", dir.file("map"), dir.file("bad.txt")});
-    EXPECT_EQ(r.status, 1) << files[i];
-    EXPECT_EQ(r.err.find("Creating"), std::string::npos) << files[i];
-    EXPECT_EQ(readFileBytes(project), before) << files[i];
-  }
-  RunResult missing = runWith({"-IEY", dir.file("map"), dir.file("none.asc")});
-  EXPECT_EQ(missing.status, 1);
-  EXPECT_NE(missing.err.find("cannot read input file " + dir.file("none.asc") + "\n"), std::string::npos);
-
-  EXPECT_EQ(dir.names(), (std::vector<std::string>{"bad.txt", "map.pew"}));  // no temporary or backup files
-}
 
 TEST(ElevationRun, AKeyPressedAtTheConsoleAbandonsAnAscImport) {
   Vorlan project;

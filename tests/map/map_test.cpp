@@ -115,36 +115,3 @@ TEST(Map, FlatAndAveragedGrids) {
       for (std::uint32_t x = 0; x < p.width; ++x) ASSERT_EQ(at(p, x, y), at(p, 0, 0)) << x << "," << y;
   }
 }
-
-TEST(Map, RefusesAndLeavesFilesAsTheyWere) {
-  TempDir dir;
-  ProjectFixture f;
-  f.grid(2, 2, 10);
-  const std::string project = f.writeTo(dir.file("map.pew"));
-  const std::vector<unsigned char> projectBytes = readFileBytes(project);
-  const std::string older = dir.file("older.png");
-  writeFileText(older, "an older picture");
-  ProjectFixture empty;
-  const std::string noGrid = empty.writeTo(dir.file("empty.pew"));
-
-  const struct {
-    std::vector<std::string> words;
-    std::string message;
-  } cases[] = {
-      {{}, "usage: vorlan-map project[.pew] [picture.png]\n"},
-      {{project, "-x"}, "usage: vorlan-map project[.pew] [picture.png]\n"},
-      {{dir.file("none")}, dir.file("none.pew") + ": cannot open the project file: No such file or directory\n"},
-      {{older}, older + ": not a project file"},
-      {{noGrid}, noGrid + ": the project has no elevation grid (0 x 0), nothing to draw\n"},
-      {{dir.file("map"), project}, project + ": cannot write the picture: it is the project file\n"},
-      {{project, dir.file("no/such/folder/map.png")},
-       dir.file("no/such/folder/map.png") + ": cannot create the picture: No such file or directory\n"},
-  };
-  for (const auto& c : cases) {
-    Outcome run = runWith(c.words);
-    EXPECT_EQ(run.status, 1) << c.message;
-    EXPECT_EQ(run.errors.substr(0, c.message.size()), c.message);
-  }
-  EXPECT_EQ(readFileBytes(project), projectBytes);
-  EXPECT_EQ(readFileText(older), "an older picture");
-}

@@ -162,28 +162,6 @@ TEST(ObjectImport, TemplateLookupAgreesWithAWalkOfTheTable) {
   EXPECT_EQ(templateIds(p.get()), expected);
 }
 
-TEST(ObjectImport, FilesThatCannotBeReadLeaveTheProjectAlone) {
-  OpenedProject p(houseAndTree());
-  // Only files and pipes are read: a device like /dev/zero would never end.
-  // (A missing file is shown by the end-to-end cases.)
-  for (auto [name, kind] : {std::pair<std::string, std::string>{p.file(""), "a folder"}, {"/dev/zero", "a character device"}}) {
-    StreamCapture out(stdout);
-    StreamCapture err(stderr);
-    EXPECT_EQ(importObjects(p.get(), name.c_str()), 1);
-    EXPECT_EQ(err.finish(), "no such import file '" + name + "'\n'" + name + "' is " + kind + ", not a file or pipe\n");
-  }
-  {
-    // The project file itself as import text: binary, no punctuation before its first NUL.
-    StreamCapture out(stdout);
-    StreamCapture err(stderr);
-    EXPECT_EQ(importObjects(p.get(), p.path().c_str()), 1);
-    EXPECT_EQ(err.finish(), "bad syntax\n");
-  }
-  EXPECT_TRUE(validObjects(p.get()).empty());
-  EXPECT_TRUE(p.unchanged());
-  EXPECT_EQ(p.folderContent(), (std::vector<std::string>{"map.pew"}));
-}
-
 TEST(ObjectImport, LongLinesAreReadInPiecesOfLinesOfTheirOwn) {
   OpenedProject p(houseAndTree());
   std::string first = "\"ca\\house\",1,2,3,4";
