@@ -212,7 +212,13 @@ def main():
           f"{'limit MB':>8} {'mem':>4}  goal")
 
     only = set(filter(None, args.only.split(",")))
+    if "map" in only:
+        only.add("statistics")
     results = run_actions(args, tool, map_tool, project, args.objects, grid_bytes, only, floors)
+    if "map" in results and "statistics" in results:
+        # The map reads the whole project as the statistics do: the ratio is
+        # what drawing and writing the picture add.
+        print(f"map: {results['map'] / results['statistics']:.2f} x statistics")
     if floors.gdal and (not only or "export-asc" in only):
         print(f"GDAL: AAIGrid writer {floors.get('gdal-write') or 0:.3f} s, "
               f"reading the asc {floors.get('gdal-read') or 0:.3f} s")
