@@ -1,4 +1,4 @@
-// A template library as the template export writes it (exported_library.h,
+// A template library as the template export writes it (exported_library.txt,
 // read with the export's CRLF line ends), read back whole; and a library of
 // the largest size we plan for.
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@ namespace {
 
 std::string ExportedLibrary() {
   std::string text;
-  for (char c : readFileText(VORLAN_TOOLKIT_TESTS "/config/exported_library.h")) text += c == '\n' ? "\r\n" : std::string(1, c);
+  for (char c : readFileText(VORLAN_TOOLKIT_TESTS "/config/exported_library.txt")) text += c == '\n' ? "\r\n" : std::string(1, c);
   return text;
 }
 
