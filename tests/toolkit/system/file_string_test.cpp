@@ -17,10 +17,7 @@ TEST(CString8, FormatGrowsToFitAndNullFormatGivesEmpty) {
   std::string big(3000, 'z');
   EXPECT_STREQ(s.Format("%s/%d/%.2f", big.c_str(), -4, 1.5), (big + "/-4/1.50").c_str());
   EXPECT_EQ(s.Length(), big.size() + 8);
-  s.Format(nullptr);
-  EXPECT_STREQ(s.Get(), "");
-  s.Format("%s", "");
-  EXPECT_TRUE(s.IsEmpty());
+  EXPECT_STREQ(s.Format(nullptr), "");
 }
 
 TEST(FileStringA, ExtractSelectsNameParts) {
@@ -51,37 +48,27 @@ TEST(FileStringA, ExtractSelectsNameParts) {
 }
 
 TEST(FileStringA, ExtensionEditing) {
-  struct Case {
+  // "+" adds an extension ("!" even over another), "=" replaces it, "-"
+  // removes it when it is that one ("-" alone: any).
+  const struct {
     const char* start;
-    const char* ext;
-    int force;
+    const char* step;
     const char* expected;
-  } adds[] = {
-      {"map", ".pew", 0, "map.pew"},        {"map", "pew", 0, "map.pew"},
-      {"map.pew", "pew", 0, "map.pew"},     {"map.dat", ".pew", 0, "map.dat"},
-      {"map.dat", ".pew", 1, "map.pew"},    {"maps.v2/map", ".pew", 0, "maps.v2/map.pew"},
-      {"a.b\\house", "p3d", 0, "a.b\\house.p3d"}, {"../map", "pew", 0, "../map.pew"},
+  } cases[] = {
+      {"map", "+.pew", "map.pew"}, {"map", "+pew", "map.pew"}, {"map.pew", "+pew", "map.pew"},
+      {"map.dat", "+.pew", "map.dat"}, {"map.dat", "!.pew", "map.pew"}, {"maps.v2/map", "+.pew", "maps.v2/map.pew"},
+      {"a.b\\house", "+p3d", "a.b\\house.p3d"}, {"../map", "+pew", "../map.pew"}, {"dir.x/map.pew", "=wrp", "dir.x/map.wrp"},
+      {"dir.x/map", "=wrp", "dir.x/map.wrp"}, {"dir.x/map.wrp", "-", "dir.x/map"}, {"dir.x/map", "-", "dir.x/map"},
+      {"out.TXT", "-csv", "out.TXT"}, {"out.TXT", "-.txt", "out"},
   };
-  for (const auto& c : adds) {
+  for (const auto& c : cases) {
     FileStringA s(c.start);
-    s.fs_AddExt(c.ext, c.force);
-    EXPECT_STREQ(s.Get(), c.expected) << c.start << " + " << c.ext;
+    const char* ext = c.step + 1;
+    if (*c.step == '+' || *c.step == '!') s.fs_AddExt(ext, *c.step == '!');
+    if (*c.step == '=') s.fs_ReplaceExt(ext);
+    if (*c.step == '-') s.fs_RemoveExt(ext);
+    EXPECT_STREQ(s.Get(), c.expected) << c.start << " " << c.step;
   }
-  FileStringA s("dir.x/map.pew");
-  s.fs_ReplaceExt("wrp");
-  EXPECT_STREQ(s.Get(), "dir.x/map.wrp");
-  s.Set("dir.x/map");
-  s.fs_ReplaceExt("wrp");
-  EXPECT_STREQ(s.Get(), "dir.x/map.wrp");
-  s.fs_RemoveExt("");
-  EXPECT_STREQ(s.Get(), "dir.x/map");
-  s.fs_RemoveExt("");
-  EXPECT_STREQ(s.Get(), "dir.x/map");
-  s.Set("out.TXT");
-  s.fs_RemoveExt("csv");
-  EXPECT_STREQ(s.Get(), "out.TXT");
-  s.fs_RemoveExt(".txt");
-  EXPECT_STREQ(s.Get(), "out");
 }
 
 TEST(FileStringA, CompareFilenameExtOnlyComparesWholeNamesIgnoringAsciiCase) {

@@ -59,23 +59,37 @@ TEST_F(RenamePackageTest, NamesTheProjectAndAHiddenTemporaryBesideIt) {
   EXPECT_EQ(readFileText(temp), "stale");
 }
 
-TEST_F(RenamePackageTest, SuccessfulCloseReplacesTheProject) {
+// Preparing again drops the first temporary, and so does an abandoned package.
+TEST_F(RenamePackageTest, SuccessfulCloseReplacesTheProjectAndKeepsItsPermissions) {
+  chmod(project.c_str(), 0640);
+  {
+    RenamePackageA abandoned;
+    write(abandoned, 0, "abandoned");
+  }
   RenamePackageA outputs;
+  write(outputs, 0, "first attempt");
   write(outputs, 0, "new project");
   EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
   EXPECT_EQ(readFileText(project), "new project");
   EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
   EXPECT_EQ(std::string(outputs.rnp_GetFileName(1)), project);  // still known for verifying
-}
-
-TEST_F(RenamePackageTest, KeepsTheProjectsPermissions) {
-  chmod(project.c_str(), 0640);
-  RenamePackageA outputs;
-  write(outputs, 0, "new");
-  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
   struct stat info;
   ASSERT_EQ(stat(project.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0640u);
+}
+
+// A failed write, a missing temporary file, a second close or one without
+// preparing never report success and leave the old project alone.
+TEST_F(RenamePackageTest, FailedCloseLeavesTheOldProjectAndNoTemporaryFile) {
+  RenamePackageA outputs;
+  write(outputs, 1, "half writ");
+  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kDamaged), status::kDamaged);
+  ASSERT_NE(outputs.rnp_BuildOutputs(0, project.c_str(), "pew", nullptr, nullptr), 0);
+  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
+  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
+  EXPECT_EQ(RenamePackageA().rnp_CloseOutputs(status::kNotProject), status::kNotProject);
+  EXPECT_EQ(readFileText(project), "old project");
+  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
 }
 
 // One run that saves twice (-ROTB) still keeps the project as it was before the run.
@@ -133,24 +147,6 @@ TEST_F(RenamePackageTest, BackupOfAProjectNotYetOnDiskIsSkipped) {
   EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"fresh.pew", "map.pew"}));
 }
 
-TEST_F(RenamePackageTest, FailedWriteLeavesTheOldProjectAndNoTemporaryFile) {
-  RenamePackageA outputs;
-  write(outputs, 1, "half writ");
-  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kDamaged), status::kDamaged);
-  EXPECT_EQ(readFileText(project), "old project");
-  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
-}
-
-TEST_F(RenamePackageTest, MissingTemporaryFileFailsTheClose) {
-  RenamePackageA outputs;
-  ASSERT_NE(outputs.rnp_BuildOutputs(0, project.c_str(), "pew", nullptr, nullptr), 0);
-  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
-  EXPECT_EQ(readFileText(project), "old project");
-  // Closing twice, or without preparing, never reports success.
-  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
-  EXPECT_EQ(RenamePackageA().rnp_CloseOutputs(status::kNotProject), status::kNotProject);
-}
-
 TEST_F(RenamePackageTest, BackupThatCannotBeMadeFailsCleanly) {
   // A folder holds the backup's name, so the old project cannot move there.
   std::filesystem::create_directory(project + ".bak");
@@ -180,20 +176,6 @@ TEST_F(RenamePackageTest, UnwritableFolderFailsWithTheOldProjectIntact) {
   EXPECT_EQ(outputs.rnp_BuildOutputs(1, project.c_str(), "pew", nullptr, nullptr), 0);
   chmod(dir.path().c_str(), 0755);
   EXPECT_EQ(readFileText(project), "old project");
-  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
-}
-
-TEST_F(RenamePackageTest, UnclosedOutputsAreCleanedUp) {
-  {
-    RenamePackageA outputs;
-    write(outputs, 0, "abandoned");
-  }
-  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
-  RenamePackageA outputs;
-  write(outputs, 0, "first attempt");
-  write(outputs, 0, "second attempt");  // preparing again drops the first
-  ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
-  EXPECT_EQ(readFileText(project), "second attempt");
   EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
 }
 
