@@ -1,6 +1,6 @@
 // A template library as the template export writes it (exported_library.txt,
-// read with the export's CRLF line ends), read back whole; and a library of
-// the largest size we plan for.
+// read with the export's CRLF line ends), read back whole. Large classes are
+// read in the lookup tests; large libraries in the benchmark runner.
 #include <gtest/gtest.h>
 
 #include "config/config_test_helpers.h"
@@ -28,27 +28,4 @@ TEST(ConfigTemplateLibrary, ExportedLibraryReadsBackWhole) {
             "XRoad[]={0.5,0,0,0,1,0,0,0,2,0,0,1e-05}} ArtificialObjects{AObject_G0{strName=Gate lbUnknown=1 "
             "StartEndPos[]={1,0,2,3,0,4}} AObject_W1{strName=Wall lbUnknown=-1}}} Object8_tree{ulMarkerType=0 "
             "strModelFilename=data\\tree.p3d strModelName=tree ulObjectColour=32512}}");
-}
-
-TEST(ConfigTemplateLibrary, ALargeLibraryReadsWhole) {
-  // Two thousand templates of twenty artificial objects each, some 4 MB. How
-  // fast a library of 10,000 templates reads is measured by the benchmark runner.
-  std::string library = ExportedLibrary();
-  std::size_t from = library.find(" class Object7"), to = library.find(" class Object8");
-  std::string house = library.substr(from, to - from);
-  std::size_t gate = house.find("   class AObject_G0"), wall = house.find("   class AObject_W1");
-  std::string text = library.substr(0, from);
-  for (int t = 0; t < 2000; ++t) {
-    text += " class Object" + std::to_string(t) + house.substr(14, gate - 14);
-    for (int a = 0; a < 20; ++a) text += "   class AObject_P" + std::to_string(a) + house.substr(gate + 19, wall - gate - 19);
-    text += house.substr(wall);
-  }
-  text += "};\r\n";
-  ASSERT_GT(text.size(), 3u << 20);
-  Tovisk reader;
-  ASSERT_EQ(ParseText(reader, text), 0) << reader.ErrorString(1);
-  rap_entry* templates = reader.rap_get_class("ObjectTemplate");
-  EXPECT_EQ(templates->get_count(), 2000);
-  EXPECT_EQ(templates->rpe_get_class("object1999_BIG_house_2")->rpe_get_class("ArtificialObjects")->get_count(), 21);
-  TreeText(templates);  // every template found again by its name, through the index
 }

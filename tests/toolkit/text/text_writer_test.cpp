@@ -45,24 +45,6 @@ TEST(TextWriter, FileMatchesFprintfAcrossManyBufferFlushes) {
   EXPECT_TRUE(readFileText(name) == expected);
 }
 
-TEST(TextWriter, WritesThroughAStdioStream) {
-  std::FILE* stream = std::tmpfile();
-  ASSERT_NE(stream, nullptr);
-  std::fputs("head ", stream);
-  {
-    TextWriter writer(stream);
-    writer.putFixed(-0.004, 2);
-    writer.put(' ');
-    EXPECT_EQ(writer.flush(), 0);
-  }
-  std::fputs("tail", stream);
-  std::rewind(stream);
-  char text[64] = {};
-  ASSERT_NE(std::fgets(text, sizeof text, stream), nullptr);
-  EXPECT_STREQ(text, "head -0.00 tail");
-  std::fclose(stream);
-}
-
 TEST(TextWriter, RemembersTheFirstFailure) {
   TempDir dir;
   int fd = ::open(dir.file("closed.txt").c_str(), O_WRONLY | O_CREAT, 0666);
