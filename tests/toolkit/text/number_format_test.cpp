@@ -57,22 +57,12 @@ TEST(FormatFixed, ZerosTiesSpecialAndExtremeValues) {
     EXPECT_TRUE(sameInEveryExportField(v)) << v;
     EXPECT_TRUE(sameInEveryExportField(-v)) << v;
   }
-  EXPECT_EQ(fixedText(-0.001, 2), "-0.00");
-  EXPECT_EQ(fixedText(std::copysign(nan, -1.0), 2, 6), "  -nan");
-  EXPECT_EQ(fixedText(-inf, 6), "-inf");
-  EXPECT_EQ(fixedText(0.125, 2), "0.12");
-  EXPECT_EQ(fixedText(0.375, 2), "0.38");
-  EXPECT_EQ(fixedText(1e300, 2).size(), 301u + 3u);
   // Wide fields and long precisions; a narrow field never cuts.
-  for (double v : {0.1, -2.675, 1e-300, 5e-324, 1e17, 123.456, DBL_MAX}) {
-    for (int precision : {0, 3, 9, 16, 17, 18, 25, 40, 100}) {
-      EXPECT_TRUE(sameAsPrintf(v, {precision, 0}));
-      EXPECT_TRUE(sameAsPrintf(v, {precision, 120}));
+  for (double v : {0.1, -2.675, 1e-300, 5e-324, 1e17, 123.456, 12345.678, DBL_MAX}) {
+    for (int precision : {-1, 0, 2, 3, 9, 16, 17, 18, 25, 40, 100}) {
+      for (int width : {0, 4, 120, 600}) EXPECT_TRUE(sameAsPrintf(v, {precision, width}));
     }
   }
-  EXPECT_EQ(fixedText(12345.678, 2, 4), "12345.68");
-  EXPECT_EQ(fixedText(1.0, 2, 600), std::string(596, ' ') + "1.00");
-  EXPECT_EQ(fixedText(0.1, -1), viaPrintf(0.1, -1, 0));
 }
 
 TEST(FormatFixed, SweepsOverTiesCentsPowersOfTwoAndRandomBits) {

@@ -118,23 +118,3 @@ TEST(ParseDouble, PrintedFloatAndDoubleBitPatterns) {
     ASSERT_TRUE(sameAsStrtod(text));
   }
 }
-
-TEST(ParseDouble, ReadsAGridLineNumberAfterNumber) {
-  std::string line;
-  std::mt19937 random(3);
-  std::uniform_real_distribution<float> height(-500.0f, 3000.0f);
-  for (int i = 0; i < 4096; ++i) {
-    line += fixedText(height(random), 2);
-    line += ' ';
-  }
-  line += '\n';
-  const char* ours = line.c_str();
-  char* library = line.data();
-  for (int i = 0; i < 4096; ++i) {
-    double expected = std::strtod(library, &library);
-    ASSERT_EQ(parseDouble(ours, &ours), expected);
-    ASSERT_EQ(ours, library);
-  }
-  parseDouble(ours, &ours);
-  EXPECT_EQ(*ours, ' ');  // nothing but blanks left: no conversion, nothing consumed
-}
