@@ -254,13 +254,9 @@ TEST(BadInput, ConfigReader) {
     int status;
     std::string message;
   } const rows[] = {
-      {read(""), status::kOk, ""},
-      {read("class ObjectTemplate\n{\n class A\n {\n  x = 1;\n"), status::kConfigSyntax,
-       "lib.txt:6:1: expected '}' to close class 'A' (opened at lib.txt:4:2), found end of file"},
       {read(std::string(1001, ' '), 1000), status::kCannotOpen,
        "lib.txt: cannot read the text: file is too large (more than 1000 bytes)"},
-      {read(std::string(pew.begin(), pew.end())), status::kConfigSyntax,
-       "lib.txt:1:8: unexpected byte 0x07: this is not a text file"},
+      {read(std::string(pew.begin(), pew.end())), status::kConfigSyntax, "lib.txt:1:8: unexpected byte 0x07"},
       {read(std::string(noise.begin(), noise.end())), status::kConfigSyntax, ": this is not a text file"},
   };
   for (const auto& row : rows) {

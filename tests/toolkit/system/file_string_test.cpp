@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "text/cstring8.h"
 #include "temp_dir.h"
@@ -89,11 +90,9 @@ TEST(FileStringA, FileSystemQueries) {
   writeFileText(file, "x");
   FileStringA folder(dir.path().string().c_str());
   FileStringA name(file.c_str());
-  EXPECT_TRUE(folder.fs_FolderExists(0));
-  EXPECT_FALSE(name.fs_FolderExists(0));
-  EXPECT_TRUE(name.fs_FileExists(nullptr));
-  EXPECT_FALSE(folder.fs_FileExists(nullptr));
-  EXPECT_FALSE(folder.fs_FileExists(dir.file("none").c_str()));
+  EXPECT_EQ(std::vector<int>({folder.fs_FolderExists(0), name.fs_FolderExists(0), name.fs_FileExists(nullptr),
+                               folder.fs_FileExists(nullptr), folder.fs_FileExists(dir.file("none").c_str())}),
+            std::vector<int>({1, 0, 1, 0, 0}));
 
   struct timespec times[2] = {{1600000000, 0}, {1600000000, 0}};
   ASSERT_EQ(utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
@@ -101,9 +100,8 @@ TEST(FileStringA, FileSystemQueries) {
   EXPECT_EQ(folder.fs_GetFileDate(dir.file("none").c_str()), 0L);
 
   FILE* in = FileStringA::fs_open_file(file.c_str());
-  ASSERT_NE(in, nullptr);
-  EXPECT_EQ(std::fgetc(in), 'x');
-  std::fclose(in);
+  EXPECT_EQ(in ? std::fgetc(in) : EOF, 'x');
+  if (in) std::fclose(in);
   EXPECT_EQ(FileStringA::fs_open_file(dir.file("none").c_str()), nullptr);
 
   EXPECT_EQ(name.fs_unlink(nullptr), 0);
@@ -128,13 +126,11 @@ TEST(FileStringA, CreateTextFileWritesEverythingThroughItsBuffer) {
   EXPECT_EQ(std::fclose(out), 0);
   EXPECT_EQ(readFileText(name), expected);
   EXPECT_EQ(FileStringA::fs_CreateTextFile(dir.file("none/out.txt").c_str(), 1), nullptr);
-}
-
-TEST(FileStringA, CreateTextFileReportsAFailedWriteAtClose) {
-  FILE* out = FileStringA::fs_CreateTextFile("/dev/full", 1);
-  if (!out) GTEST_SKIP() << "/dev/full is not available";
-  std::fputs("data", out);
-  EXPECT_EQ(std::fclose(out), EOF);
+  // A failed write is reported when the file is closed.
+  if (FILE* full = FileStringA::fs_CreateTextFile("/dev/full", 1)) {
+    std::fputs("data", full);
+    EXPECT_EQ(std::fclose(full), EOF);
+  }
 }
 
 TEST(FileStringA, ConvertToUtf8ReadsNonUtf8AsWindows1252) {

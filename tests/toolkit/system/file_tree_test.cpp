@@ -49,13 +49,11 @@ TEST(FileTreeEx, ListsFoldersAndMatchingFilesInByteOrder) {
 TEST(FileTreeEx, EmptyAndUnreadableFolders) {
   TempDir dir;
   writeFileText(dir.file("readme.txt"), "");
-  int opened;
-  EXPECT_TRUE(list(dir.path().string(), opened).empty());
-  EXPECT_EQ(opened, 0);
-  list(dir.file("missing"), opened);
-  EXPECT_EQ(opened, -1);
-  list(dir.file("readme.txt"), opened);
-  EXPECT_EQ(opened, -1);
+  int opened[3];
+  EXPECT_TRUE(list(dir.path().string(), opened[0]).empty());
+  list(dir.file("missing"), opened[1]);
+  list(dir.file("readme.txt"), opened[2]);
+  EXPECT_EQ(std::vector<int>(opened, opened + 3), (std::vector<int>{0, -1, -1}));
   // A folder that can be listed but whose entries cannot be looked at (read
   // permission without search permission) is a failure, not an empty folder.
   std::string locked = dir.file("locked");
