@@ -81,26 +81,20 @@ TEST(GenStringFloat, ReadsBackThroughTheConfigReaderBitForBit) {
     if (std::isfinite(d)) doubles.push_back(d);
   }
   GenString s;
-  std::string text = "f[]={";
-  for (float f : floats) text += std::string(s.str_FloatToStr(f, 0)) + ",";
-  text += "};\nd[]={";
-  for (double d : doubles) text += std::string(s.str_FloatToStr(d, 0)) + ",";
+  std::string text = "v[]={";
+  std::vector<std::uint64_t> bits;  // floats first, then doubles
+  for (float f : floats) text += std::string(s.str_FloatToStr(f, 0)) + ",", bits.push_back(std::bit_cast<std::uint32_t>(f));
+  for (double d : doubles) text += std::string(s.str_FloatToStr(d, 0)) + ",", bits.push_back(std::bit_cast<std::uint64_t>(d));
   text += "};\n";
   Tovisk reader;
   ASSERT_EQ(reader.rap_Create("numbers", 0, text.data(), nullptr, static_cast<int>(text.size()), nullptr), 0)
       << reader.ErrorString(1);
-  rap_entry* e = reader.rap_get_root()->rpe_get_entry("f", 1000)->rpe_get_entry(nullptr, 1000);
-  for (float want : floats) {
+  rap_entry* e = reader.rap_get_root()->rpe_get_entry("v", 1000)->rpe_get_entry(nullptr, 1000);
+  for (std::size_t i = 0; i < bits.size(); ++i, e = e->rpe_get_next()) {
     ASSERT_NE(e, nullptr);
-    EXPECT_EQ(std::bit_cast<std::uint32_t>(static_cast<float>(std::strtod(e->value.Get(), nullptr))),
-              std::bit_cast<std::uint32_t>(want)) << e->value.Get();
-    e = e->rpe_get_next();
-  }
-  e = reader.rap_get_root()->rpe_get_entry("d", 1000)->rpe_get_entry(nullptr, 1000);
-  for (double want : doubles) {
-    ASSERT_NE(e, nullptr);
-    EXPECT_EQ(std::bit_cast<std::uint64_t>(std::strtod(e->value.Get(), nullptr)), std::bit_cast<std::uint64_t>(want))
+    double read = std::strtod(e->value.Get(), nullptr);
+    EXPECT_EQ(i < floats.size() ? std::bit_cast<std::uint32_t>(static_cast<float>(read)) : std::bit_cast<std::uint64_t>(read),
+              bits[i])
         << e->value.Get();
-    e = e->rpe_get_next();
   }
 }
