@@ -11,9 +11,20 @@
 #include "reader_outcome.h"
 #include "temp_dir.h"
 #include "world/world_bytes.h"
-#include "world/written_world.h"
 
 namespace {
+
+// The world file the toolkit's writer makes of a fixture project.
+std::vector<unsigned char> writtenWorld(const ProjectFixture& f) {
+  std::vector<unsigned char> pew = f.bytes();
+  Vorlan project;
+  EXPECT_EQ(project.pew_Open("map.pew", 0, MessageCapture::sink, pew.data(), pew.size()), status::kOk);
+  Morvik world;
+  EXPECT_EQ(world.wrp_CreateFromPew(8, &project, MessageCapture::sink), status::kOk);
+  TempDir dir;
+  EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kOk);
+  return readFileBytes(dir.file("w.wrp"));
+}
 
 // A grid, a road template with an artificial object, a tree and three slots.
 ProjectFixture sampleProject() {

@@ -57,6 +57,13 @@ TEST_F(RenamePackageTest, NamesTheProjectAndAHiddenTemporaryBesideIt) {
   EXPECT_NE(std::string(other.rnp_GetFileName(3)), temp);
   EXPECT_EQ(other.rnp_CloseOutputs(status::kFailed), status::kFailed);
   EXPECT_EQ(readFileText(temp), "stale");
+  // Names that are not regular files, or lead nowhere, are refused.
+  std::filesystem::create_directory(dir.file("maps.v2"));
+  const std::string folder = dir.file("maps.v2"), nowhere = dir.file("none/map.pew");
+  for (const char* name : {folder.c_str(), nowhere.c_str(), "", static_cast<const char*>(nullptr)})
+    EXPECT_EQ(outputs.rnp_BuildOutputs(1, name, "pew", nullptr, nullptr), 0) << (name ? name : "null");
+  EXPECT_STREQ(outputs.rnp_GetFileName(1), "");
+  EXPECT_TRUE(std::filesystem::is_directory(dir.file("maps.v2")));
 }
 
 // Preparing again drops the first temporary, and so does an abandoned package.
@@ -152,17 +159,6 @@ TEST_F(RenamePackageTest, BackupThatCannotBeMadeFailsCleanly) {
   EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
   EXPECT_EQ(readFileText(project), "old project");
   EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"map.pew", "map.pew.bak"}));
-}
-
-TEST_F(RenamePackageTest, RefusesNamesThatAreNotRegularFiles) {
-  RenamePackageA outputs;
-  std::filesystem::create_directory(dir.file("maps.v2"));
-  EXPECT_EQ(outputs.rnp_BuildOutputs(1, dir.file("maps.v2").c_str(), "pew", nullptr, nullptr), 0);
-  EXPECT_EQ(outputs.rnp_BuildOutputs(0, dir.file("none/map.pew").c_str(), "pew", nullptr, nullptr), 0);
-  EXPECT_EQ(outputs.rnp_BuildOutputs(0, "", "pew", nullptr, nullptr), 0);
-  EXPECT_EQ(outputs.rnp_BuildOutputs(0, nullptr, "pew", nullptr, nullptr), 0);
-  EXPECT_STREQ(outputs.rnp_GetFileName(1), "");
-  EXPECT_TRUE(std::filesystem::is_directory(dir.file("maps.v2")));
 }
 
 TEST_F(RenamePackageTest, UnwritableFolderFailsWithTheOldProjectIntact) {

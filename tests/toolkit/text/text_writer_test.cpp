@@ -24,14 +24,8 @@ TEST(TextWriter, FileMatchesFprintfAcrossManyBufferFlushes) {
       double x = i * 0.37 - 1000.005, y = -i / 3.0, angle = i % 720 - 360.125;
       std::snprintf(line, sizeof line, "%lld;%8.2f;%11.2f;%f;%s\n", i * 1000003LL - 5, x, y, angle, "tree");
       expected += line;
-      writer.putInt(i * 1000003LL - 5);
-      writer.put(';');
-      writer.putFixed(x, 2, 8);
-      writer.put(';');
-      writer.putFixed(y, 2, 11);
-      writer.put(';');
-      writer.putFixed(angle, 6);
-      writer.put(";tree\n");
+      writer.putInt(i * 1000003LL - 5), writer.put(';'), writer.putFixed(x, 2, 8), writer.put(';');
+      writer.putFixed(y, 2, 11), writer.put(';'), writer.putFixed(angle, 6), writer.put(";tree\n");
     }
     writer.putInt(LLONG_MIN);
     writer.putUnsigned(ULLONG_MAX);
