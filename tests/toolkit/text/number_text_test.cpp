@@ -50,22 +50,16 @@ bool sameInEveryExportField(double value) {
 }
 
 bool sameAsStrtod(const std::string& text) {
-  char* libraryEnd;
-  const char* end;
-  double expected = std::strtod(text.c_str(), &libraryEnd);
-  double actual = parseDouble(text.c_str(), &end);
-  float expectedFloat = std::strtof(text.c_str(), &libraryEnd);
-  const char* floatEnd;
-  float actualFloat = parseFloat(text.c_str(), &floatEnd);
-  bool same = std::bit_cast<std::uint64_t>(actual) == std::bit_cast<std::uint64_t>(expected) &&
-              std::bit_cast<std::uint32_t>(actualFloat) == std::bit_cast<std::uint32_t>(expectedFloat) &&
-              end == libraryEnd && floatEnd == libraryEnd;
-  if (!same) {
-    ADD_FAILURE() << "\"" << text << "\": got " << actual << " / " << actualFloat << " ending at "
-                  << end - text.c_str() << ", strtod gives " << expected << " / " << expectedFloat << " ending at "
-                  << libraryEnd - text.c_str();
-  }
-  return same;
+  char *libraryEnd, *libraryFloatEnd;
+  const char *end, *floatEnd;
+  double expected = std::strtod(text.c_str(), &libraryEnd), actual = parseDouble(text.c_str(), &end);
+  float expectedFloat = std::strtof(text.c_str(), &libraryFloatEnd), actualFloat = parseFloat(text.c_str(), &floatEnd);
+  if (std::bit_cast<std::uint64_t>(actual) == std::bit_cast<std::uint64_t>(expected) && end == libraryEnd &&
+      std::bit_cast<std::uint32_t>(actualFloat) == std::bit_cast<std::uint32_t>(expectedFloat) && floatEnd == libraryFloatEnd)
+    return true;
+  ADD_FAILURE() << "\"" << text << "\": got " << actual << " / " << actualFloat << " ending at " << end - text.c_str()
+                << ", strtod gives " << expected << " / " << expectedFloat << " ending at " << libraryEnd - text.c_str();
+  return false;
 }
 
 // The exact decimal text of m * 2^-k (k may be negative): the C library

@@ -77,15 +77,11 @@ TEST(WorldWriter, ProjectsAreLaidOutByteByByte) {
   for (const auto& c : cases) {
     ASSERT_EQ(build(world, c.project, 8, c.change), status::kOk);
     EXPECT_EQ(world.objectCount(), c.objects);
-    EXPECT_NE(MessageCapture::text.find("Objects: " + std::to_string(c.objects) + "\n"), std::string::npos);
     TempDir dir;
     ASSERT_EQ(world.wrp_Create(dir.file("map.wrp").c_str(), 8), status::kOk);
     EXPECT_EQ(readFileBytes(dir.file("map.wrp")), c.bytes);
     EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"map.wrp"});
   }
-  EXPECT_NE(MessageCapture::text.find("land grid = terrain grid"), std::string::npos) << MessageCapture::text;
-  EXPECT_NE(MessageCapture::text.find("cell size 4"), std::string::npos);
-  EXPECT_NE(MessageCapture::text.find("only the empty surface entry"), std::string::npos);
 }
 
 TEST(WorldWriter, ProjectsThatCannotBeAWorldStopTheBuild) {
