@@ -135,15 +135,13 @@ TEST(BadInput, ProjectReader) {
     ASSERT_TRUE(n < 7 || r.message.find("at byte") != std::string::npos) << r.message;
   }
 
-  // A missing file, a folder, and garbage from a file rather than memory.
+  // A missing file and a folder (damaged files from disk: the kept regressions).
   TempDir dir;
-  writeFileBytes(dir.file("junk.pew"), garbage(5000, 3, "POSEW60"));
   Vorlan project;
   MessageCapture::reset();
   EXPECT_EQ(project.pew_Open(dir.file("none.pew").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);
   EXPECT_HAS(MessageCapture::text, "none.pew");
   EXPECT_EQ(project.pew_Open(dir.path().c_str(), 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);
-  EXPECT_EQ(project.pew_Open(dir.file("junk.pew").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kDamaged);
   EXPECT_FALSE(project.IsLoaded());
 
   // Texts of 1 MB and names that are not UTF-8 are kept byte for byte.

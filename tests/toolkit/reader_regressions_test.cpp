@@ -13,10 +13,10 @@
 namespace fs = std::filesystem;
 
 TEST(ReaderRegressions, EveryKeptProjectFailsCleanlyFromMemoryAndFromDisk) {
-  std::vector<fs::path> files;
-  for (const auto& entry : fs::directory_iterator(fs::path(VORLAN_REGRESSIONS) / "pew")) files.push_back(entry.path());
-  ASSERT_FALSE(files.empty());
-  for (const fs::path& file : files) {
+  int kept = 0;
+  for (const auto& entry : fs::directory_iterator(fs::path(VORLAN_REGRESSIONS) / "pew")) {
+    const fs::path& file = entry.path();
+    ++kept;
     SCOPED_TRACE(file.filename().string());
     Outcome memory = openProject(readFileBytes(file.string()));
     EXPECT_TRUE(memory.status == status::kNotProject || memory.status == status::kUnsupported ||
@@ -30,6 +30,7 @@ TEST(ReaderRegressions, EveryKeptProjectFailsCleanlyFromMemoryAndFromDisk) {
     EXPECT_EQ(MessageCapture::calls, 1);
     EXPECT_FALSE(project.IsLoaded());
   }
+  EXPECT_GT(kept, 0);
 }
 
 // Columns x rows x 4.25 bytes once wrapped past 2^64 to 24 bytes, which fit in
