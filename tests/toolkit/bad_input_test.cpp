@@ -237,13 +237,11 @@ TEST(BadInput, WorldChecker) {
     EXPECT_EQ(r.message, row.message);
   }
 
-  // From a file: the same answer; a missing file and a folder cannot be opened.
+  // A missing file and a folder cannot be opened (a sound one from a file:
+  // the world export's verifying run).
   TempDir dir;
-  writeFileBytes(dir.file("w.wrp"), good);
   Morvik world;
   MessageCapture::reset();
-  EXPECT_EQ(world.wrp_Open(dir.file("w.wrp").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kOk);
-  EXPECT_HAS(MessageCapture::text, "2 objects");
   EXPECT_EQ(world.wrp_Open(dir.file("none.wrp").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);
   EXPECT_HAS(MessageCapture::text, "none.wrp: cannot open the world file");
   EXPECT_EQ(world.wrp_Open(dir.path().c_str(), 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);

@@ -30,16 +30,11 @@ TEST(KelFileIO, HoldsTheWholeFileWithATerminatingZero) {
 }
 
 TEST(KelFileIO, BannerIsCommentLinesWithTitleAndDate) {
-  const char* oldTz = std::getenv("TZ");
-  std::string saved = oldTz ? oldTz : "";
-  setenv("TZ", "UTC", 1);
+  setenv("TZ", "UTC", 1);  // no other test of this program reads the local time
   tzset();
   GenString banner;
   KelFileIO::io_Banner(&banner, "Vorlan 1.96: ObjectTemplate Library ", 1700000000L);
   std::string text = banner.Get();
-  if (oldTz) setenv("TZ", saved.c_str(), 1); else unsetenv("TZ");
-  tzset();
-
   const std::string rule = "//" + std::string(72, '-') + "\r\n";
   EXPECT_EQ(text, rule + "// Vorlan 1.96: ObjectTemplate Library 2023-11-14 22:13:20\r\n" + rule);
 }
