@@ -29,9 +29,7 @@ TEST(FileTreeEx, ListsFoldersAndMatchingFilesInByteOrder) {
   TempDir dir;
   for (const char* name : {"b.pew", "a.pew", "B.pew", "MAP.PEW", "notes.txt", "map.pew.bak", "x.pewx"})
     writeFileText(dir.file(name), "");
-  mkdir(dir.file("sub").c_str(), 0755);
-  mkdir(dir.file("Zed").c_str(), 0755);
-  mkdir(dir.file("folder.pew").c_str(), 0755);
+  for (const char* name : {"sub", "Zed", "folder.pew"}) mkdir(dir.file(name).c_str(), 0755);
   symlink(dir.file("a.pew").c_str(), dir.file("link.pew").c_str());
   symlink(dir.file("sub").c_str(), dir.file("loop.pew").c_str());
   int opened;

@@ -44,9 +44,8 @@ TEST_F(RenamePackageTest, NamesTheProjectAndAHiddenTemporaryBesideIt) {
   RenamePackageA outputs;
   ASSERT_NE(outputs.rnp_BuildOutputs(0, project.c_str(), "pew", nullptr, nullptr), 0);
   std::string temp = outputs.rnp_GetFileName(3);
-  EXPECT_EQ(std::string(outputs.rnp_GetFileName(1)), project);
-  EXPECT_EQ(temp, dir.file(".map.pew.tmp-" + std::to_string(getpid())));
-  EXPECT_STREQ(outputs.rnp_GetFileName(2), "");
+  EXPECT_EQ((std::vector<std::string>{outputs.rnp_GetFileName(1), outputs.rnp_GetFileName(2), temp}),
+            (std::vector<std::string>{project, "", dir.file(".map.pew.tmp-" + std::to_string(getpid()))}));
   // Nothing is created before the project is written.
   EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
   // A stale file of that name, left by someone else, is neither reused nor removed.
@@ -80,9 +79,7 @@ TEST_F(RenamePackageTest, SuccessfulCloseReplacesTheProjectAndKeepsItsPermission
   EXPECT_EQ(readFileText(project), "new project");
   EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
   EXPECT_EQ(std::string(outputs.rnp_GetFileName(1)), project);  // still known for verifying
-  struct stat info;
-  ASSERT_EQ(stat(project.c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 0777, 0640u);
+  EXPECT_EQ(std::filesystem::status(project).permissions(), std::filesystem::perms(0640));
 }
 
 // A failed write, a missing temporary file, a second close or one without

@@ -129,7 +129,6 @@ TEST(WorldWriter, UnwritableNamesAndVersionsLeaveNothingBehind) {
   MessageCapture::reset();
   EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 9), status::kWorldUnsupported);
   EXPECT_NE(MessageCapture::text.find("version 9"), std::string::npos);
-  MessageCapture::reset();
   EXPECT_EQ(world.wrp_Create(dir.file("missing/w.wrp").c_str(), 8), status::kCannotWrite);
   EXPECT_NE(MessageCapture::text.find("missing/w.wrp: cannot write"), std::string::npos) << MessageCapture::text;
   MessageCapture::reset();
