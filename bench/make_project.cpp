@@ -109,19 +109,21 @@ int main(int argc, char** argv) {
   for (std::uint32_t i = 0; i < s.objects; ++i) {
     PewObject* o = objects->AddPewObject();
     if (previous && random.unit() < s.duplicates) {
-      o->templateId = previous->templateId;
-      o->transform = previous->transform;
+      o->setTemplateId(previous->templateId());
+      o->setTransform(previous->transform());
     } else {
-      o->templateId = 1 + static_cast<std::uint32_t>(random.next() % s.templates);
-      o->transform.SetDirectionInDegrees(std::floor(random.unit() * 3600) / 10, 0.8f + 0.4f * static_cast<float>(random.unit()));
-      o->transform.mtx4_SetPosition(random.unit() * extent, 40.0 + random.unit() * 30, random.unit() * extent);
+      o->setTemplateId(1 + static_cast<std::uint32_t>(random.next() % s.templates));
+      Matrix4 t = o->transform();
+      t.SetDirectionInDegrees(std::floor(random.unit() * 3600) / 10, 0.8f + 0.4f * static_cast<float>(random.unit()));
+      t.mtx4_SetPosition(random.unit() * extent, 40.0 + random.unit() * 30, random.unit() * extent);
+      o->setTransform(t);
     }
     if (random.unit() < s.named) {
       char name[32];
       std::snprintf(name, sizeof name, "obj%u", i);
-      o->instanceName.Set(name);
+      objects->setInstanceName(o, name);
     }
-    if (random.unit() < s.deleted) o->validFlag = 0;
+    if (random.unit() < s.deleted) o->markInvalid();
     previous = o;
   }
 

@@ -34,9 +34,11 @@ int main(int argc, char** argv) {
   PewObjects* list = project.pew_get_objects();
   for (int i = 0; i < objects; ++i) {
     PewObject* o = list->AddPewObject();
-    o->templateId = static_cast<std::uint32_t>(1 + i % 100);
-    o->transform.SetDirectionInDegrees(i % 360, 1.0f);
-    o->transform.mtx4_SetPosition(i % 10240, 12.5, i / 10240 * 100.0);
+    o->setTemplateId(static_cast<std::uint32_t>(1 + i % 100));
+    Matrix4 t = o->transform();
+    t.SetDirectionInDegrees(i % 360, 1.0f);
+    t.mtx4_SetPosition(i % 10240, 12.5, i / 10240 * 100.0);
+    o->setTransform(t);
   }
 
   Morvik world;

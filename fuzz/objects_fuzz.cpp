@@ -84,7 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // Every valid object refers to one of them; none of the old ones is gone.
   PewObjects& objects = *project.pew_get_objects();
   for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) {
-    FUZZ_CHECK(ids.count(o->templateId) == 1, "an object refers to the missing template %u", o->templateId);
+    FUZZ_CHECK(ids.count(o->templateId()) == 1, "an object refers to the missing template %u", o->templateId());
   }
   FUZZ_CHECK(objects.slotCount() >= projectSlots, "%u object slots left of %u", objects.slotCount(), projectSlots);
 

@@ -34,15 +34,15 @@ DotCounts drawObjects(Vorlan& project, Picture& picture) {
   std::uint64_t valid = 0;
   for (PewObject* o = objects->pewobject_GetFirstValid(); o; o = objects->pewobject_GetNextValid(o)) {
     ++valid;
-    const double column = o->transform.X() / spacing, row = o->transform.Y() / spacing;
+    const double column = o->transform().X() / spacing, row = o->transform().Y() / spacing;
     if (!(column >= 0 && column < grid.columns && row >= 0 && row < grid.rows) || picture.rgb.empty()) {
       ++counts.outside;
       continue;
     }
-    if (!haveLast || o->templateId != lastId) {
-      auto found = colours.find(o->templateId);
+    if (!haveLast || o->templateId() != lastId) {
+      auto found = colours.find(o->templateId());
       lastColour = found == colours.end() ? kMissingTemplateDot : found->second;
-      lastId = o->templateId;
+      lastId = o->templateId();
       haveLast = true;
     }
     const auto x = static_cast<std::uint32_t>(column) / picture.factor;

@@ -10,9 +10,10 @@ struct TwinKey {
   std::uint64_t words[6];
   std::uint32_t templateId;
 
-  explicit TwinKey(const PewObject& o) : templateId(o.templateId) {
-    static_assert(sizeof(o.transform) == sizeof(words));
-    std::memcpy(words, &o.transform, sizeof(words));
+  explicit TwinKey(const PewObject& o) : templateId(o.templateId()) {
+    const Matrix4 transform = o.transform();
+    static_assert(sizeof(transform) == sizeof(words));
+    std::memcpy(words, &transform, sizeof(words));
   }
   bool operator==(const TwinKey& other) const {
     return templateId == other.templateId && std::memcmp(words, other.words, sizeof(words)) == 0;

@@ -148,7 +148,7 @@ void putHeader(TextWriter& out, const ObjectLayout& layout, std::uint64_t width)
 // the relative height and the scale.
 void putPlacement(TextWriter& out, const PewObject& o, const ObjectLayout& layout) {
   const char sep = static_cast<char>(layout.separator);
-  const Matrix4& t = o.transform;
+  const Matrix4 t = o.transform();
   const bool wide = layout.columnate;
   out.putFixed(t.X(), 2, wide ? 8 : 0);
   out.put(sep);
@@ -159,7 +159,7 @@ void putPlacement(TextWriter& out, const PewObject& o, const ObjectLayout& layou
   out.putFixed(t.GetDirectionInDegrees(), 2, wide ? 6 : 4);
   if (layout.format == 1) {
     out.put(sep);
-    out.putFixed(o.relativeHeight, 2, wide ? 6 : 0);
+    out.putFixed(o.relativeHeight(), 2, wide ? 6 : 0);
     out.put(sep);
     out.putFixed(t.Scale(), 2, wide ? 5 : 0);
   }
@@ -168,10 +168,11 @@ void putPlacement(TextWriter& out, const PewObject& o, const ObjectLayout& layou
 // Formats 2 and 3: the relative height ends the first line, then the four
 // rows as stored, one line each.
 void putTransform(TextWriter& out, const PewObject& o, char sep) {
-  out.putFixed(o.relativeHeight, 2);
+  out.putFixed(o.relativeHeight(), 2);
   out.put(sep);
   out.put(kLineEnd);
-  for (const auto& row : o.transform.m) {
+  const Matrix4 t = o.transform();
+  for (const auto& row : t.m) {
     for (float value : row) {
       out.put('\t');
       out.putFixed(value, 6);
@@ -194,24 +195,24 @@ int writeObjects(Vorlan& project, TextWriter& out, const ObjectLayout& layout) {
   // one.
   std::uint64_t longestModel = 0, longestInstance = 0;
   for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) {
-    const ModelName* name = names.find(o->templateId);
+    const ModelName* name = names.find(o->templateId());
     if (!name) {
-      std::fprintf(stderr, "Error in pew. No template model index %u\n", o->templateId);
+      std::fprintf(stderr, "Error in pew. No template model index %u\n", o->templateId());
       return 0;  // lenient on purpose: nothing written, the export goes on as a success
     }
     if (name->fileLength > longestModel) longestModel = name->fileLength;
-    if (layout.format != 0 && o->instanceName.Length() > longestInstance) longestInstance = o->instanceName.Length();
+    if (layout.format != 0 && o->instanceName().size() > longestInstance) longestInstance = o->instanceName().size();
   }
   const std::uint64_t width = longestModel + (longestInstance ? longestInstance + 1 : 0);
 
   if (layout.header) putHeader(out, layout, width);
 
   for (PewObject* o = objects.pewobject_GetFirstValid(); o && out.ok(); o = objects.pewobject_GetNextValid(o)) {
-    const ModelName& name = *names.find(o->templateId);
+    const ModelName& name = *names.find(o->templateId());
     std::size_t length = name.base.size();
     out.put('"');
-    if (layout.format == 1 && !o->instanceName.IsEmpty()) {
-      std::string text = name.base + ":" + std::string(o->instanceName.View());
+    if (layout.format == 1 && !o->instanceName().empty()) {
+      std::string text = name.base + ":" + std::string(o->instanceName());
       length = text.size();
       out.put(shownText(text));
     } else {

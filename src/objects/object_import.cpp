@@ -183,13 +183,10 @@ int readObjectRecords(Vorlan& project, FILE* file, TextWriter& echo, const char*
 
     std::uint32_t templateId = templates.idFor(name, echo, interactive);
     PewObject* o = objects.AddPewObject();
-    o->validFlag = 1;
-    o->unnamedDouble = 1.0;
-    o->instanceName.str_PlaceHolder("");
-    o->unnamedA = -1;
-    o->unnamedB = -1;
-    o->templateId = templateId;
-    o->relativeHeight = static_cast<float>(relativeHeight);
+    // A new object is valid, with the unnamed members 1.0, -1, -1 and an
+    // empty instance name already; the rest is the record's.
+    o->setTemplateId(templateId);
+    o->setRelativeHeight(static_cast<float>(relativeHeight));
   }
   echo.flush();
   if (lines.error() != 0) {

@@ -59,15 +59,15 @@ int listDuplicates(Vorlan& project) {
       if (twin[i] == kNoTwin) continue;
       const PewObject& a = *valid[i];
       ++count;
-      out.put(models.of(a.templateId));
+      out.put(models.of(a.templateId()));
       out.put(": ID ");
-      out.putInt(a.objectId);
+      out.putInt(a.objectId());
       out.put(" and ");
-      out.putInt(valid[twin[i]]->objectId);
+      out.putInt(valid[twin[i]]->objectId());
       out.put(" @ location ");
-      out.putFixed(a.transform.X(), 2);
+      out.putFixed(a.transform().X(), 2);
       out.put('x');
-      out.putFixed(a.transform.Y(), 2);
+      out.putFixed(a.transform().Y(), 2);
       out.put('\n');
     }
   }
@@ -113,8 +113,9 @@ int addOffsets(Vorlan& project, float east, float north, float height) {
   if (!confirmAction("Adding offsets")) return 1;
   PewObjects& objects = *project.pew_get_objects();
   for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) {
-    Matrix4& t = o->transform;
+    Matrix4 t = o->transform();
     t.mtx4_SetPosition(t.X() + east, t.Height() + height, t.Y() + north);
+    o->setTransform(t);
   }
   return saveProject("Offsets added to all Objects\n");
 }

@@ -23,9 +23,9 @@ void countObjects(Vorlan& project) {
   bool lastFound = false, haveLast = false;
   for (PewObject* o = objects->pewobject_GetFirstValid(); o; o = objects->pewobject_GetNextValid(o)) {
     ++statistics.usedObjects;
-    if (!haveLast || o->templateId != lastId) {
-      lastFound = project.pew_get_template(static_cast<int>(o->templateId)) != nullptr;
-      lastId = o->templateId;
+    if (!haveLast || o->templateId() != lastId) {
+      lastFound = project.pew_get_template(static_cast<int>(o->templateId())) != nullptr;
+      lastId = o->templateId();
       haveLast = true;
     }
     if (!lastFound) ++statistics.missing;

@@ -40,7 +40,7 @@ std::vector<const PewObject*> validObjects(Vorlan& project) {
 std::vector<std::uint32_t> templateIds(Vorlan& project, std::size_t from = 0) {
   std::vector<std::uint32_t> ids;
   std::vector<const PewObject*> all = validObjects(project);
-  for (std::size_t i = from; i < all.size(); ++i) ids.push_back(all[i]->templateId);
+  for (std::size_t i = from; i < all.size(); ++i) ids.push_back(all[i]->templateId());
   return ids;
 }
 
@@ -82,8 +82,8 @@ TEST(ObjectImport, RecordsReadBackFromEveryLayout) {
           EXPECT_EQ(templateIds(p.get(), 3), (std::vector<std::uint32_t>{3, 7, 2}));
           std::vector<const PewObject*> all = validObjects(p.get());
           // Format 0 alone leaves the relative height out.
-          EXPECT_EQ(all[3]->relativeHeight, format != 0 ? 1.5f : 0.0f);
-          EXPECT_EQ(all[5]->relativeHeight, format != 0 ? -2.25f : 0.0f);
+          EXPECT_EQ(all[3]->relativeHeight(), format != 0 ? 1.5f : 0.0f);
+          EXPECT_EQ(all[5]->relativeHeight(), format != 0 ? -2.25f : 0.0f);
         }
 }
 
@@ -98,8 +98,8 @@ TEST(ObjectImport, TransformRecords) {
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(templateIds(p.get()), (std::vector<std::uint32_t>{3, 2, 3}));
   std::vector<const PewObject*> all = validObjects(p.get());
-  EXPECT_EQ(all[0]->relativeHeight, 2.5f);
-  EXPECT_EQ(all[1]->relativeHeight, -1.25f);
+  EXPECT_EQ(all[0]->relativeHeight(), 2.5f);
+  EXPECT_EQ(all[1]->relativeHeight(), -1.25f);
 
   for (const std::string& bad : std::vector<std::string>{"\"ca\\house\",2.50,\r\n\t1,\t0,\t0,\r\n\t0,\t1,\t0\r\n",  // third row unended
                                  "\"ca\\house\",2.50,\r\n" + rows,                          // the file ends

@@ -41,8 +41,8 @@ std::vector<std::uint32_t> twinsByPairs(const std::vector<const PewObject*>& obj
   std::vector<std::uint32_t> twin(objects.size(), kNoTwin);
   for (std::size_t i = 0; i < objects.size(); ++i)
     for (std::size_t j = i + 1; j < objects.size(); ++j)
-      if (objects[j]->templateId == objects[i]->templateId &&
-          std::memcmp(&objects[j]->transform, &objects[i]->transform, sizeof(Matrix4)) == 0) {
+      if (objects[j]->templateId() == objects[i]->templateId() &&
+          std::memcmp(objects[j]->record() + 8, objects[i]->record() + 8, sizeof(Matrix4)) == 0) {
         twin[i] = static_cast<std::uint32_t>(j);
         break;
       }
@@ -65,8 +65,10 @@ TEST(ListDuplicates, HashedSearchAgreesWithComparingEveryPair) {
   PewObjects list;
   for (int i = 0; i < 3000; ++i) {
     PewObject* o = list.AddPewObject();
-    o->templateId = 1 + random() % 2;
-    for (int k = 0; k < 12; ++k) o->transform.data()[k] = static_cast<unsigned>(k % 4) == random() % 4 ? values[random() % 4] : 0.0f;
+    o->setTemplateId(1 + random() % 2);
+    Matrix4 t;
+    for (int k = 0; k < 12; ++k) t.data()[k] = static_cast<unsigned>(k % 4) == random() % 4 ? values[random() % 4] : 0.0f;
+    o->setTransform(t);
   }
   std::vector<const PewObject*> objects;
   for (PewObject* o = list.pewobject_GetFirstValid(); o; o = list.pewobject_GetNextValid(o)) objects.push_back(o);
@@ -90,18 +92,18 @@ TEST(AddOffsets, MovesTheValidObjectsOnlyOnceConfirmed) {
   f.addObject(2).at(-5, 7.5f, 0);
   OpenedProject p(f);
   PewObject* hidden = allValid(p.get())[1];
-  hidden->validFlag = 0;
-  Matrix4 before = allValid(p.get())[0]->transform;
+  hidden->markInvalid();
+  Matrix4 before = allValid(p.get())[0]->transform();
   Printed r = run([&] { return addOffsets(p.get(), 10, 20, 0); });
   EXPECT_EQ(r.status, 0);
   EXPECT_EQ(r.out, "Adding offsets\nOffsets added to all Objects\n");
-  const Matrix4& moved = allValid(p.get())[0]->transform;
+  const Matrix4 moved = allValid(p.get())[0]->transform();
   EXPECT_EQ(moved.X(), 11.0);
   EXPECT_EQ(moved.Y(), 22.0);
   EXPECT_EQ(moved.Height(), 3.0);
   EXPECT_EQ(std::memcmp(moved.m, before.m, 9 * sizeof(float)), 0);  // orientation and scale stay
-  EXPECT_EQ(hidden->transform.X(), -5.0);
-  EXPECT_EQ(hidden->transform.Y(), 7.5);
+  EXPECT_EQ(hidden->transform().X(), -5.0);
+  EXPECT_EQ(hidden->transform().Y(), 7.5);
   // Declined, nothing moves (the other actions show this end to end).
   runOptions.yes = 0;
   std::vector<unsigned char> saved = readFileBytes(p.path());
@@ -109,7 +111,7 @@ TEST(AddOffsets, MovesTheValidObjectsOnlyOnceConfirmed) {
   r = run([&] { return addOffsets(p.get(), 1, 1, 1); });
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err, "are you sure you want to do this? Y/N? n\n");
-  EXPECT_EQ(allValid(p.get())[0]->transform.X(), 11.0);
+  EXPECT_EQ(allValid(p.get())[0]->transform().X(), 11.0);
   EXPECT_TRUE(readFileBytes(p.path()) == saved);
 }
 

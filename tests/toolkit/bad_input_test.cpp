@@ -153,7 +153,7 @@ TEST(BadInput, ProjectReader) {
   ASSERT_EQ(project.pew_Open("odd.pew", 0, MessageCapture::sink, odd.data(), odd.size()), status::kOk);
   EXPECT_EQ(project.content()->header.dataPath.Length(), std::size_t{1} << 20);
   EXPECT_STREQ(project.pew_get_template(1)->strModelFilename.Get(), "data\\caf\xE9\xFF.p3d");
-  EXPECT_STREQ(project.pew_get_objects()->pewobject_GetFirstValid()->instanceName.Get(), "\xC3\x28\x80");
+  EXPECT_EQ(project.pew_get_objects()->pewobject_GetFirstValid()->instanceName(), "\xC3\x28\x80");
 }
 
 TEST(BadInput, WorldChecker) {

@@ -2,6 +2,11 @@
 // and the functions that read and write it. Everything we do not interpret
 // (unknown header values, the grid's trailing values, the editor's tail) is
 // kept as read, so a file written back unchanged is byte-identical.
+//
+// The header and the templates are decoded; the rest stays in the file's
+// bytes (`file`) until it is needed: the objects are handles to their
+// records there, the heights are copied out only when the grid is asked
+// for, and the tail is written back from there.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +15,7 @@
 
 #include "system/byte_sink.h"
 #include "system/byte_source.h"
+#include "system/mapped_file.h"
 #include "text/gen_string.h"
 #include "project/pew_object.h"
 #include "project/template_table.h"
@@ -33,14 +39,27 @@ struct ProjectContent {
   std::uint16_t noTerrains = 1, noForests = 1, noRoadNetworks = 1;
   std::uint32_t columns = 0;
   std::uint32_t rows = 0;
-  std::vector<float> heights;  // rows * columns, row 0 first
+  // The heights, rows * columns, row 0 first: in the file's bytes at
+  // `heightsInFile` until heights() copies them out.
+  const unsigned char* heightsInFile = nullptr;
   std::vector<float> extra;    // columns * rows / 16 values after the heights
   std::uint32_t afterExtra = 0;
   PewObjects objects;
-  std::vector<unsigned char> tail;  // the editor's data after the objects
+  // The editor's data after the objects.
+  const unsigned char* tail = nullptr;
+  std::size_t tailSize = 0;
+  MappedFile file;  // the bytes read; objects, heights and tail point into them
 
+  std::vector<float>& heights();
+  // The heights' bytes, copied out or not.
+  const void* heightBytes() const { return heightsCopied_ ? static_cast<const void*>(heights_.data()) : heightsInFile; }
   // An empty project with a grid of zero heights, as made from nothing.
   void makeEmpty(std::uint32_t columns, std::uint32_t rows, float spacing);
+
+ private:
+  std::vector<float> heights_;
+  bool heightsCopied_ = false;
+  std::vector<unsigned char> emptyTail_;
 };
 
 // Where and why a file could not be read.
@@ -51,7 +70,8 @@ struct DecodeFailure {
   std::string what;   // what was found, and what was expected
 };
 
-bool decodeProject(ByteSource& in, ProjectContent& out, DecodeFailure& failure);
+// Decodes `out.file`.
+bool decodeProject(ProjectContent& out, DecodeFailure& failure);
 void encodeProject(const ProjectContent& content, ByteSink& out);
 
 // Smallest sizes in the file, used to check counts before allocating.

@@ -1,18 +1,44 @@
-#include "project/pew_object.h"
-
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
+#include <new>
+#include <sys/mman.h>
 
-PewObject* PewObjects::appendRecord() {
-  // A block's room is reserved whole, so its records never move, but a
-  // record is built only when it is appended: a small project touches only
-  // the memory its records use.
-  if ((size_ >> kBlockShift) == blocks_.size()) blocks_.emplace_back().reserve(kBlockSize);
-  PewObject& o = blocks_.back().emplace_back();
-  o.slotIndex = static_cast<std::uint32_t>(size_);
+#include "project/pew_object.h"
+
+// A block is mapped on its own, aligned to its size, and asks for a huge
+// page: millions of handles then cost a few page faults instead of
+// thousands. Untouched parts of a block take no memory.
+PewObject* PewObjects::newBlock() {
+  void* p = ::mmap(nullptr, 2 * kBlockBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (p == MAP_FAILED) throw std::bad_alloc();
+  auto start = reinterpret_cast<std::uintptr_t>(p);
+  std::uintptr_t aligned = (start + kBlockBytes - 1) & ~(kBlockBytes - 1);
+  if (aligned != start) ::munmap(p, aligned - start);
+  std::uintptr_t tail = aligned + kBlockBytes;
+  if (tail != start + 2 * kBlockBytes) ::munmap(reinterpret_cast<void*>(tail), start + 2 * kBlockBytes - tail);
+  ::madvise(reinterpret_cast<void*>(aligned), kBlockBytes, MADV_HUGEPAGE);
+  return reinterpret_cast<PewObject*>(aligned);
+}
+
+void PewObjects::freeBlock(PewObject* block) { ::munmap(block, kBlockBytes); }
+
+void PewObjects::appendRecord(unsigned char* record) {
+  if ((size_ >> kBlockShift) == blocks_.size()) {
+    PewObject* block = newBlock();
+    blockNumbers_[reinterpret_cast<std::uintptr_t>(block)] = blocks_.size();
+    blocks_.push_back(block);
+  }
+  PewObject& o = at(size_);
+  o.bits_ = reinterpret_cast<std::uintptr_t>(record);
   ++size_;
   ++changes_;
-  return &o;
+}
+
+std::size_t PewObjects::indexOf(const PewObject* object) const {
+  auto address = reinterpret_cast<std::uintptr_t>(object);
+  std::uintptr_t block = address & ~(kBlockBytes - 1);
+  return (blockNumbers_.at(block) << kBlockShift) + (address - block) / sizeof(PewObject);
 }
 
 void PewObjects::noteId(std::int32_t id) { maxId_ = std::max<std::int64_t>(maxId_, id); }
@@ -25,7 +51,7 @@ std::int32_t PewObjects::freshId() {
   if (gapChanges_ != changes_) {
     gapIds_.clear();
     forEachSlot([&](const PewObject& o) {
-      if (o.refersToTemplate()) gapIds_.push_back(o.objectId);  // deleted slots carry no ID
+      if (o.refersToTemplate()) gapIds_.push_back(o.objectId());  // deleted slots carry no ID
     });
     std::sort(gapIds_.begin(), gapIds_.end());
     gapIndex_ = 0;
@@ -38,21 +64,85 @@ std::int32_t PewObjects::freshId() {
   return static_cast<std::int32_t>(gapCandidate_);
 }
 
+unsigned char* PewObjects::arenaRecord(std::size_t bytes) {
+  if (arenaRoom_ - arenaUsed_ < bytes) {
+    std::size_t room = std::max<std::size_t>(bytes, std::size_t{1} << 20);
+    arena_.emplace_back(new unsigned char[room]);
+    arenaUsed_ = 0;
+    arenaRoom_ = room;
+  }
+  unsigned char* record = arena_.back().get() + arenaUsed_;
+  arenaUsed_ += bytes;
+  return record;
+}
+
+namespace {
+
+// A new object's record: valid, the ID given, an identity transform, an
+// empty name stored as a lone NUL, and the usual values after it.
+void fillNewRecord(unsigned char* r, std::int32_t id) {
+  using namespace pew_record;
+  const std::uint16_t valid = 1, unknown = 0;
+  const Matrix4 identity = Matrix4::Identity();
+  const double unnamed = 1.0;
+  const std::uint32_t nameLength = 1;
+  const float relative = 0.0f;
+  const std::int32_t minusOne = -1;
+  const std::uint32_t templateId = 0;
+  std::memcpy(r + kValidFlag, &valid, 2);
+  std::memcpy(r + kUnknownFlag, &unknown, 2);
+  std::memcpy(r + kObjectId, &id, 4);
+  std::memcpy(r + kTransform, &identity, 48);
+  std::memcpy(r + kUnnamedDouble, &unnamed, 8);
+  std::memcpy(r + kNameLength, &nameLength, 4);
+  r[kName] = 0;
+  unsigned char* after = r + kName + 1;
+  std::memcpy(after + kRelativeHeight, &relative, 4);
+  std::memcpy(after + kUnnamedA, &minusOne, 4);
+  std::memcpy(after + kUnnamedB, &minusOne, 4);
+  std::memcpy(after + kTemplateId, &templateId, 4);
+}
+
+}  // namespace
+
 PewObject* PewObjects::AddPewObject() {
   std::int32_t id = freshId();
   bool fillingGaps = maxId_ == INT32_MAX;
-  PewObject* o = appendRecord();
-  o->objectId = id;
+  unsigned char* record = arenaRecord(pew_record::kFixedBytes + 1);
+  fillNewRecord(record, id);
+  appendRecord(record);
   noteId(id);
   if (fillingGaps) {
     ++gapCandidate_;  // taken now
     gapChanges_ = changes_;
   }
-  return o;
+  return &at(size_ - 1);
+}
+
+void PewObjects::setInstanceName(PewObject* object, std::string_view name) {
+  if (!object || object->erased() || object->storedSize() == 2) return;
+  std::uint32_t oldLength = object->nameLength();
+  auto newLength = static_cast<std::uint32_t>(name.size() + 1);
+  unsigned char* r = object->mutableRecord();
+  if (oldLength != newLength) {
+    // Head, new name, then the fields that followed the old name.
+    unsigned char* moved = arenaRecord(pew_record::kFixedBytes + newLength);
+    std::memcpy(moved, r, pew_record::kName);
+    std::memcpy(moved + pew_record::kName + newLength, r + pew_record::kName + oldLength, 16);
+    std::memcpy(moved + pew_record::kNameLength, &newLength, 4);
+    object->bits_ = (object->bits_ & PewObject::kMarked) | reinterpret_cast<std::uintptr_t>(moved);
+    r = moved;
+  }
+  if (!name.empty()) std::memcpy(r + pew_record::kName, name.data(), name.size());
+  r[pew_record::kName + name.size()] = 0;
 }
 
 void PewObjects::clear() {
+  for (PewObject* block : blocks_) freeBlock(block);
   blocks_.clear();
+  blockNumbers_.clear();
+  arena_.clear();
+  arenaUsed_ = arenaRoom_ = 0;
   size_ = 0;
   erased_ = 0;
   maxId_ = 0;
@@ -62,7 +152,7 @@ void PewObjects::clear() {
 PewObject* PewObjects::findValid(std::size_t from) {
   for (std::size_t i = from; i < size_; ++i) {
     PewObject& o = at(i);
-    if (o.validFlag != 0 && !o.erased()) return &o;
+    if (!o.erased() && o.validFlag() != 0) return &o;
   }
   return nullptr;
 }
@@ -70,7 +160,7 @@ PewObject* PewObjects::findValid(std::size_t from) {
 PewObject* PewObjects::findInvalid(std::size_t from) {
   for (std::size_t i = from; i < size_; ++i) {
     PewObject& o = at(i);
-    if (o.validFlag == 0 && !o.erased()) return &o;
+    if (!o.erased() && o.validFlag() == 0) return &o;
   }
   return nullptr;
 }
@@ -78,20 +168,31 @@ PewObject* PewObjects::findInvalid(std::size_t from) {
 PewObject* PewObjects::pewobject_GetFirstValid() { return findValid(0); }
 
 PewObject* PewObjects::pewobject_GetNextValid(PewObject* object) {
-  return object ? findValid(std::size_t{object->slotIndex} + 1) : nullptr;
+  if (!object) return nullptr;
+  // Within a block the next handle is the next one in memory; only a walk
+  // that crosses into another block looks the block's number up.
+  auto next = reinterpret_cast<std::uintptr_t>(object + 1);
+  if ((next & (kBlockBytes - 1)) != 0) {
+    PewObject* last = &at(size_ - 1);
+    bool lastBlock = (next & ~(kBlockBytes - 1)) == (reinterpret_cast<std::uintptr_t>(last) & ~(kBlockBytes - 1));
+    PewObject* end = lastBlock ? last + 1 : reinterpret_cast<PewObject*>((next & ~(kBlockBytes - 1)) + kBlockBytes);
+    for (PewObject* o = object + 1; o < end; ++o)
+      if (!o->erased() && o->validFlag() != 0) return o;
+    if (lastBlock) return nullptr;
+    return findValid(indexOf(end - 1) + 1);
+  }
+  return findValid(indexOf(object) + 1);
 }
 
 PewObject* PewObjects::pewobject_GetFirstInvalid() { return findInvalid(0); }
 
 PewObject* PewObjects::pewobject_GetInvalid(PewObject* position) {
-  return position ? findInvalid(std::size_t{position->slotIndex} + 1) : findInvalid(0);
+  return position ? findInvalid(indexOf(position) + 1) : findInvalid(0);
 }
 
 PewObject* PewObjects::pewobjects_DeleteObject(PewObject* object) {
   if (!object || object->erased()) return object;
-  object->state |= PewObject::kErased;
-  object->validFlag = 0;
-  object->instanceName.Clear();
+  object->bits_ = 0;
   ++erased_;
   ++changes_;
   return object;

@@ -36,8 +36,9 @@ std::string decimal(unsigned __int128 value) {
 
 class Decoder {
  public:
-  Decoder(ByteSource& in, ProjectContent& out, DecodeFailure& failure)
-      : in_(in), out_(out), failure_(failure) {}
+  Decoder(ProjectContent& out, DecodeFailure& failure) : out_(out), failure_(failure) {
+    in_.openMemory(out.file.data(), out.file.size());
+  }
 
   bool run() {
     return header() && legacy() && templates() && flags() && grid() && objects() && tail();
@@ -77,9 +78,10 @@ class Decoder {
   bool flags();
   bool grid();
   bool objects();
+  bool badSlot(std::uint32_t i, std::uint32_t count, std::size_t at, std::uint16_t valid, std::uint32_t nameLength);
   bool tail();
 
-  ByteSource& in_;
+  ByteSource in_;
   ProjectContent& out_;
   DecodeFailure& failure_;
   std::string block_ = "header";
@@ -221,10 +223,11 @@ bool Decoder::grid() {
                 "a grid of " + std::to_string(out_.columns) + " x " + std::to_string(out_.rows) + " needs " +
                     decimal(wanted) + " bytes, only " + std::to_string(in_.remaining()) + " left");
   std::uint64_t need = static_cast<std::uint64_t>(wanted);
-  out_.heights.resize(cells);
+  if (!in_.ensure(static_cast<std::size_t>(need - 4))) return shortage(need);
+  out_.heightsInFile = in_.cursor();
+  in_.advance(static_cast<std::size_t>(cells * 4));
   out_.extra.resize(cells / 16);
-  if (!in_.readBytes(out_.heights.data(), cells * 4) || !in_.readBytes(out_.extra.data(), cells / 16 * 4))
-    return shortage(need);
+  if (!in_.readBytes(out_.extra.data(), cells / 16 * 4)) return shortage(need);
   return get(out_.afterExtra);
 }
 
@@ -233,73 +236,82 @@ bool Decoder::objects() {
   std::uint32_t count = 0;
   if (!get(count) || !checkCount(count, kMinSlotBytes, "slot count")) return false;
   PewObjects& list = out_.objects;
-  constexpr std::size_t kFixedHead = 2 + 2 + 4 + 48 + 8 + 4;  // up to the name's length
-  constexpr std::size_t kFixedTail = 4 + 4 + 4 + 4;
+  using namespace pew_record;
+  // One pass over the records in place: each is checked, and the list gets
+  // a handle to it; nothing is copied.
+  unsigned char* base = out_.file.data();
+  std::size_t at = static_cast<std::size_t>(in_.offset());
+  const std::size_t end = static_cast<std::size_t>(in_.size());
   for (std::uint32_t i = 0; i < count; ++i) {
-    auto slotBlock = [&] { block_ = "object slot " + std::to_string(i + 1) + " of " + std::to_string(count); };
-    if (!in_.ensure(2)) {
-      slotBlock();
-      return shortage(2);
-    }
+    std::size_t left = end - at;
+    unsigned char* p = base + at;
     std::uint16_t valid = 0;
-    std::memcpy(&valid, in_.cursor(), 2);
-    PewObject* o = list.appendRecord();
-    if (valid == 0) {
-      in_.advance(2);
-      o->validFlag = 0;
-      o->state = PewObject::kNoTemplate;
-      continue;
-    }
-    if (!in_.ensure(kFixedHead)) {
-      slotBlock();
-      return shortage(kFixedHead);
-    }
-    const unsigned char* p = in_.cursor();
-    o->validFlag = valid;
-    std::memcpy(&o->unknownFlag, p + 2, 2);
-    std::memcpy(&o->objectId, p + 4, 4);
-    std::memcpy(o->transform.data(), p + 8, 48);
-    std::memcpy(&o->unnamedDouble, p + 56, 8);
+    if (left >= 2) std::memcpy(&valid, p, 2);
     std::uint32_t nameLength = 0;
-    std::memcpy(&nameLength, p + 64, 4);
-    if (nameLength == 0) {
-      in_.advance(kFixedHead);
-      o->instanceName.SetStoredBare(true);
-    } else if (nameLength == 1 && in_.ensure(kFixedHead + 1) && in_.cursor()[kFixedHead] == 0) {
-      in_.advance(kFixedHead + 1);  // the usual empty name: a lone NUL
-    } else {
-      in_.advance(kFixedHead - 4);
-      slotBlock();
-      block_ += " (ID " + std::to_string(o->objectId) + "), instance name";
-      if (!getText(o->instanceName)) return false;
+    if (left >= kName) std::memcpy(&nameLength, p + kNameLength, 4);
+    std::size_t need = left < 2 ? 2 : valid == 0 ? 2 : left < kName ? kName : kFixedBytes + std::size_t{nameLength};
+    if (need > left || (valid != 0 && nameLength != 0 && p[kName + nameLength - 1] != 0))
+      return badSlot(i, count, at, valid, nameLength);
+    list.appendRecord(p);
+    if (valid != 0) {
+      std::int32_t id;
+      std::memcpy(&id, p + kObjectId, 4);
+      list.noteId(id);
+      std::uint32_t templateId;
+      std::memcpy(&templateId, p + kName + nameLength + kTemplateId, 4);
+      out_.templates.countObject(templateId);
     }
-    if (!in_.ensure(kFixedTail)) {
-      slotBlock();
-      return shortage(kFixedTail);
-    }
-    p = in_.cursor();
-    std::memcpy(&o->relativeHeight, p, 4);
-    std::memcpy(&o->unnamedA, p + 4, 4);
-    std::memcpy(&o->unnamedB, p + 8, 4);
-    std::memcpy(&o->templateId, p + 12, 4);
-    in_.advance(kFixedTail);
-    list.noteId(o->objectId);
+    at += need;
   }
+  in_.advance(at - static_cast<std::size_t>(in_.offset()));
+  // The usage counts are complete: a report need not walk the objects again.
+  out_.templates.usageCounted(list);
   return true;
+}
+
+// Reports the first problem of a slot that does not fit or whose name does
+// not end in a NUL, with the same words a field-by-field read would use.
+bool Decoder::badSlot(std::uint32_t i, std::uint32_t count, std::size_t at, std::uint16_t valid,
+                      std::uint32_t nameLength) {
+  using namespace pew_record;
+  in_.advance(at - static_cast<std::size_t>(in_.offset()));
+  block_ = "object slot " + std::to_string(i + 1) + " of " + std::to_string(count);
+  if (in_.remaining() < 2) return shortage(2);
+  if (in_.remaining() < kName) return shortage(kName);
+  std::int32_t id;
+  std::memcpy(&id, in_.cursor() + kObjectId, 4);
+  (void)valid;
+  if (nameLength != 0) {
+    in_.advance(kNameLength);
+    std::string slot = block_;
+    block_ += " (ID " + std::to_string(id) + "), instance name";
+    GenString name;
+    if (!getText(name)) return false;
+    block_ = slot;
+  } else {
+    in_.advance(kName);
+  }
+  return shortage(kFixedBytes - kName);
 }
 
 bool Decoder::tail() {
   block_ = "editor data";
-  std::uint64_t n = in_.remaining();
-  out_.tail.resize(static_cast<std::size_t>(n));
-  if (n > 0 && !in_.readBytes(out_.tail.data(), static_cast<std::size_t>(n))) return shortage(n);
+  out_.tailSize = static_cast<std::size_t>(in_.remaining());
+  out_.tail = in_.cursor();
   return true;
 }
 
 }  // namespace
 
-bool decodeProject(ByteSource& in, ProjectContent& out, DecodeFailure& failure) {
-  return Decoder(in, out, failure).run();
+bool decodeProject(ProjectContent& out, DecodeFailure& failure) { return Decoder(out, failure).run(); }
+
+std::vector<float>& ProjectContent::heights() {
+  if (!heightsCopied_) {
+    heights_.resize(std::size_t{columns} * rows);
+    if (heightsInFile) std::memcpy(heights_.data(), heightsInFile, heights_.size() * sizeof(float));
+    heightsCopied_ = true;
+  }
+  return heights_;
 }
 
 void ProjectContent::makeEmpty(std::uint32_t c, std::uint32_t r, float spacing) {
@@ -310,9 +322,13 @@ void ProjectContent::makeEmpty(std::uint32_t c, std::uint32_t r, float spacing) 
   noTerrains = noForests = noRoadNetworks = 1;
   columns = c;
   rows = r;
-  heights.assign(std::size_t{c} * r, 0.0f);
+  heightsInFile = nullptr;
+  heights_.assign(std::size_t{c} * r, 0.0f);
+  heightsCopied_ = true;
   extra.assign(std::size_t{c} * r / 16, 0.0f);
   afterExtra = 0;
   objects.clear();
-  tail.assign(24, 0);  // six u32 zeros: an editor tail with nothing in it
+  emptyTail_.assign(24, 0);  // six u32 zeros: an editor tail with nothing in it
+  tail = emptyTail_.data();
+  tailSize = emptyTail_.size();
 }

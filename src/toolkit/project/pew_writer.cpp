@@ -56,25 +56,30 @@ void putTemplate(ByteSink& out, const PewObjectTemplate& t) {
   out.put(t.ulMarkerType);
 }
 
-void putObject(ByteSink& out, const PewObject& o) {
-  if (o.validFlag == 0) {
-    out.put(std::uint16_t{0});  // a deleted object keeps only its slot
-    return;
-  }
-  unsigned char head[2 + 2 + 4 + 48 + 8];
-  std::memcpy(head, &o.validFlag, 2);
-  std::memcpy(head + 2, &o.unknownFlag, 2);
-  std::memcpy(head + 4, &o.objectId, 4);
-  std::memcpy(head + 8, o.transform.data(), 48);
-  std::memcpy(head + 56, &o.unnamedDouble, 8);
-  out.write(head, sizeof head);
-  putText(out, o.instanceName);
-  unsigned char tail[16];
-  std::memcpy(tail, &o.relativeHeight, 4);
-  std::memcpy(tail + 4, &o.unnamedA, 4);
-  std::memcpy(tail + 8, &o.unnamedB, 4);
-  std::memcpy(tail + 12, &o.templateId, 4);
-  out.write(tail, sizeof tail);
+// The slots, each written from its record's bytes. Records that lie one
+// after another in memory, as the records read from a file do, go out as one
+// run: a save of a project whose objects barely changed copies the old file.
+void putObjects(ByteSink& out, const PewObjects& objects) {
+  const unsigned char* runStart = nullptr;
+  const unsigned char* runEnd = nullptr;
+  objects.forEachSlot([&](const PewObject& o) {
+    const unsigned char* r = o.record();
+    std::size_t saved = o.savedSize();
+    if (r == runEnd && saved == o.storedSize()) {
+      runEnd += saved;
+      return;
+    }
+    out.write(runStart, static_cast<std::size_t>(runEnd - runStart));
+    if (saved == o.storedSize()) {
+      runStart = r;
+      runEnd = r + saved;
+    } else {
+      // An object marked invalid since it was read: only its slot is kept.
+      out.put(std::uint16_t{0});
+      runStart = runEnd = nullptr;
+    }
+  });
+  out.write(runStart, static_cast<std::size_t>(runEnd - runStart));
 }
 
 }  // namespace
@@ -98,10 +103,10 @@ void encodeProject(const ProjectContent& c, ByteSink& out) {
   out.put(c.noRoadNetworks);
   out.put(c.columns);
   out.put(c.rows);
-  out.write(c.heights.data(), c.heights.size() * sizeof(float));
+  out.write(c.heightBytes(), std::size_t{c.columns} * c.rows * sizeof(float));
   out.write(c.extra.data(), c.extra.size() * sizeof(float));
   out.put(c.afterExtra);
   out.put(c.objects.slotCount());
-  c.objects.forEachSlot([&](const PewObject& o) { putObject(out, o); });
-  out.write(c.tail.data(), c.tail.size());
+  putObjects(out, c.objects);
+  out.write(c.tail, c.tailSize);
 }

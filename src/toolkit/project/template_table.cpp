@@ -3,8 +3,20 @@
 #include <algorithm>
 
 PewObjectTemplate* TemplateTable::find(std::uint32_t id) const {
-  auto it = byId_.find(id);
-  return it == byId_.end() ? nullptr : it->second.first;
+  IdEntry* e = entry(id);
+  return e ? e->first : nullptr;
+}
+
+void TemplateTable::indexId(std::uint32_t id, IdEntry* e) {
+  if (id >= dense_.size()) {
+    if (id >= denseLimit()) return;  // a far id lives in the map alone
+    // Grow by doubling (within the limit) and fill the new range from the map.
+    std::size_t size = std::min(std::max<std::size_t>(std::size_t{id} + 1, dense_.size() * 2), denseLimit());
+    dense_.assign(size, nullptr);
+    for (auto& [held, entry] : byId_)
+      if (held < size) dense_[held] = &entry;
+  }
+  dense_[id] = e;
 }
 
 PewObjectTemplate* TemplateTable::add(std::uint32_t id) {
@@ -21,7 +33,10 @@ PewObjectTemplate* TemplateTable::adopt(PewObjectTemplate* t) {
   last_ = t;
   ++count_;
   IdEntry& entry = byId_[t->templateId];
-  if (entry.holders++ == 0) entry.first = t;
+  if (entry.holders++ == 0) {
+    entry.first = t;
+    indexId(t->templateId, &entry);
+  }
   // Objects may already refer to this id: the counts must be rebuilt.
   ++generation_;
   return t;
@@ -34,6 +49,7 @@ bool TemplateTable::remove(PewObjectTemplate* t) {
   IdEntry& entry = it->second;
   if (entry.holders == 1) {
     if (entry.first != t) return false;
+    if (t->templateId < dense_.size()) dense_[t->templateId] = nullptr;
     byId_.erase(it);
   } else {
     // Several templates share the id (a damaged table): make sure `t` is one
@@ -67,6 +83,7 @@ void TemplateTable::clear() {
   first_ = last_ = nullptr;
   count_ = 0;
   byId_.clear();
+  dense_.clear();
   ++generation_;
 }
 
@@ -78,20 +95,13 @@ std::uint32_t TemplateTable::maxId() const {
 
 void TemplateTable::rebuildUsage(const PewObjects& objects) {
   for (auto& [id, entry] : byId_) entry.objects = 0;
-  // Objects of one template tend to come in runs: remember the last lookup.
-  std::uint32_t lastId = 0;
-  IdEntry* lastEntry = nullptr;
-  bool haveLast = false;
   objects.forEachSlot([&](const PewObject& o) {
-    if (!o.refersToTemplate()) return;
-    if (!haveLast || o.templateId != lastId) {
-      auto it = byId_.find(o.templateId);
-      lastEntry = it == byId_.end() ? nullptr : &it->second;
-      lastId = o.templateId;
-      haveLast = true;
-    }
-    if (lastEntry) ++lastEntry->objects;
+    if (o.refersToTemplate()) countObject(o.templateId());
   });
+  usageCounted(objects);
+}
+
+void TemplateTable::usageCounted(const PewObjects& objects) {
   usageGeneration_ = generation_;
   usageObjectChanges_ = objects.changeCount();
 }
@@ -99,6 +109,6 @@ void TemplateTable::rebuildUsage(const PewObjects& objects) {
 std::uint32_t TemplateTable::usage(const PewObjectTemplate* t, const PewObjects& objects) {
   if (!t) return 0;
   if (usageGeneration_ != generation_ || usageObjectChanges_ != objects.changeCount()) rebuildUsage(objects);
-  auto it = byId_.find(t->templateId);
-  return it == byId_.end() ? 0 : it->second.objects;
+  const IdEntry* e = entry(t->templateId);
+  return e ? e->objects : 0;
 }

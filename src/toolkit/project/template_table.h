@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <unordered_map>
+#include <vector>
 
 #include "project/pew_object.h"
 #include "project/pew_template.h"
@@ -38,6 +39,12 @@ class TemplateTable {
 
   // Number of objects of `objects` whose template id is `t`'s id.
   std::uint32_t usage(const PewObjectTemplate* t, const PewObjects& objects);
+  // For the reader, which counts while it indexes the objects: one more
+  // object refers to `id`; usageCounted() then declares the counts current.
+  void countObject(std::uint32_t id) {
+    if (IdEntry* e = entry(id)) ++e->objects;
+  }
+  void usageCounted(const PewObjects& objects);
 
  private:
   struct IdEntry {
@@ -46,11 +53,23 @@ class TemplateTable {
     std::uint32_t objects = 0;           // objects with this id
   };
   void rebuildUsage(const PewObjects& objects);
+  // The entry of an id, or null: small ids (the usual case) through a flat
+  // table, the rest through the map.
+  IdEntry* entry(std::uint32_t id) const {
+    if (id < dense_.size()) return dense_[id];
+    auto it = byId_.find(id);
+    return it == byId_.end() ? nullptr : const_cast<IdEntry*>(&it->second);
+  }
+  std::size_t denseLimit() const { return 4 * std::size_t{count_} + 1024; }
+  void indexId(std::uint32_t id, IdEntry* e);
 
   PewObjectTemplate* first_ = nullptr;
   PewObjectTemplate* last_ = nullptr;
   std::uint32_t count_ = 0;
-  std::unordered_map<std::uint32_t, IdEntry> byId_;
+  std::unordered_map<std::uint32_t, IdEntry> byId_;  // nodes never move
+  // dense_[id] for every id below its size (up to denseLimit()): the map's
+  // entry or null.
+  std::vector<IdEntry*> dense_;
   std::uint64_t generation_ = 1;       // bumped when a template is added
   std::uint64_t usageGeneration_ = 0;  // table generation the counts belong to
   std::uint64_t usageObjectChanges_ = ~std::uint64_t{0};

@@ -40,16 +40,15 @@ int Vorlan::pew_Open(const char* name, int, MessageSink sink, const unsigned cha
   sink_ = sink;
   content_.reset();  // the old project goes first: only one is held at a time
   fileName_ = data ? (name ? name : "(memory)") : projectFileName(name);
-  ByteSource in;
+  auto content = std::make_unique<ProjectContent>();
   if (data) {
-    in.openMemory(data, dataLength);
-  } else if (int e = in.openFile(fileName_.c_str())) {
+    content->file.copy(data, dataLength);
+  } else if (int e = content->file.open(fileName_.c_str())) {
     report("%s: cannot open the project file: %s\n", fileName_.c_str(), std::strerror(e));
     return status::kCannotOpen;
   }
-  auto content = std::make_unique<ProjectContent>();
   DecodeFailure failure;
-  if (!decodeProject(in, *content, failure)) {
+  if (!decodeProject(*content, failure)) {
     report("%s: %s at byte %" PRIu64 ", in the %s: %s\n", fileName_.c_str(), failureKind(failure.status),
            failure.offset, failure.block.c_str(), failure.what.c_str());
     return failure.status;
@@ -101,7 +100,7 @@ void Vorlan::pew_show_header() {
 void Vorlan::pew_show_tail() {
   if (!content_) return;
   report("Templates: %u, object slots: %u\r\n", content_->templates.count(), content_->objects.slotCount());
-  report("Editor data kept unchanged: %zu bytes\r\n", content_->tail.size());
+  report("Editor data kept unchanged: %zu bytes\r\n", content_->tailSize);
 }
 
 PewObjects* Vorlan::pew_get_objects() { return content_ ? &content_->objects : &noObjects_; }
@@ -114,7 +113,7 @@ ElevationGrid* Vorlan::pew_get_elevations() {
   if (content_) {
     grid_.columns = content_->columns;
     grid_.rows = content_->rows;
-    grid_.heights = content_->heights.data();
+    grid_.heights = content_->heights().data();
   } else {
     grid_ = ElevationGrid();
   }

@@ -1,9 +1,11 @@
 #include "system/buffered_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -18,9 +20,13 @@ struct Writer {
   int fd = -1;
   std::vector<char> buffer;
   bool failed = false;
+  bool regular = false;     // a regular file, whose writeback can be started early
+  std::uint64_t written = 0;
 };
 
 bool writeAll(Writer& w, const char* data, std::size_t size) {
+  const std::uint64_t start = w.written;
+  const std::size_t total = size;
   while (size > 0) {
     ssize_t n = ::write(w.fd, data, size);
     if (n < 0) {
@@ -31,6 +37,12 @@ bool writeAll(Writer& w, const char* data, std::size_t size) {
     data += n;
     size -= static_cast<std::size_t>(n);
   }
+  w.written += total;
+  // Have the system start putting each large block on disk now, without
+  // waiting: the disk works while the next block is formatted, and the
+  // fsync that makes an export durable finds little left to do.
+  if (w.regular && total >= kWriteBufferSize / 2)
+    ::sync_file_range(w.fd, static_cast<off_t>(start), static_cast<off_t>(total), SYNC_FILE_RANGE_WRITE);
   return true;
 }
 
@@ -67,6 +79,8 @@ FILE* openBufferedWriter(const char* name) {
   if (fd < 0) return nullptr;
   auto* w = new Writer;
   w->fd = fd;
+  struct stat info;
+  w->regular = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
   w->buffer.reserve(kWriteBufferSize);
   cookie_io_functions_t functions{};
   functions.write = cookieWrite;

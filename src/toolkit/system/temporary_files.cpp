@@ -23,7 +23,9 @@ struct Slot {
 };
 Slot slots[kSlots];
 
-constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+// SIGBUS: a project is read through a mapping of its file, and a file cut
+// short by another program while it is mapped faults on the missing pages.
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGBUS};
 bool handlersInstalled = false;
 
 void removeAndResend(int signal) {
@@ -31,6 +33,11 @@ void removeAndResend(int signal) {
   for (Slot& slot : slots)
     if (slot.used.load()) unlink(slot.path);
   errno = saved;
+  if (signal == SIGBUS) {
+    static const char kWhy[] = "\nerror: a file being read was cut short by another program; nothing was written\n";
+    ssize_t ignored = write(STDERR_FILENO, kWhy, sizeof kWhy - 1);
+    (void)ignored;
+  }
   // End the way the signal would have ended us without the handler.
   struct sigaction action {};
   action.sa_handler = SIG_DFL;

@@ -63,7 +63,7 @@ void putDigitsBackward(char* end, std::uint64_t v, int count) {
 // Rounds |value| * 10^precision to an integer, ties to the even neighbour as
 // printf does, working on the exact binary value m * 2^e. Fails when the
 // result does not fit 64 bits.
-bool scaledMagnitude(std::uint64_t bits, int precision, std::uint64_t& scaled) {
+inline bool scaledMagnitude(std::uint64_t bits, int precision, std::uint64_t& scaled) {
   int biased = static_cast<int>((bits >> 52) & 0x7ff);
   std::uint64_t mantissa = bits & ((std::uint64_t{1} << 52) - 1);
   int exponent = -1074;
@@ -127,9 +127,14 @@ char* formatGeneral(char* out, double value, int precision, int width) {
 
 }  // namespace
 
-char* formatFixed(char* out, double value, int precision, int width) {
-  if (precision < 0) precision = 6;
-  if (precision > kMaxFixedPrecision) precision = kMaxFixedPrecision;
+namespace {
+
+// The body of formatFixed. Instantiated once for a precision known at
+// compile time (kPrecision >= 0: the 2 of every coordinate the exports
+// write, whose divisions by 100 become multiplications) and once for any.
+template <int kPrecision>
+char* formatFixedWith(char* out, double value, int anyPrecision, int width) {
+  const int precision = kPrecision >= 0 ? kPrecision : anyPrecision;
   std::uint64_t bits = std::bit_cast<std::uint64_t>(value);
   if (((bits >> 52) & 0x7ff) == 0x7ff) return formatSpecial(out, value, width);
   std::uint64_t scaled;
@@ -154,6 +159,15 @@ char* formatFixed(char* out, double value, int precision, int width) {
     out += precision;
   }
   return out;
+}
+
+}  // namespace
+
+char* formatFixed(char* out, double value, int precision, int width) {
+  if (precision == 2) return formatFixedWith<2>(out, value, 2, width);
+  if (precision < 0) precision = 6;
+  if (precision > kMaxFixedPrecision) precision = kMaxFixedPrecision;
+  return formatFixedWith<-1>(out, value, precision, width);
 }
 
 std::string fixedText(double value, int precision, int width) {

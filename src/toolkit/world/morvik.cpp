@@ -100,45 +100,45 @@ int Morvik::addObjects(Vorlan& project) {
   bool haveLast = false;
   std::uint32_t lastTemplate = 0, lastName = 0;
   for (PewObject* o = list.pewobject_GetFirstValid(); o; o = list.pewobject_GetNextValid(o)) {
-    if (!haveLast || o->templateId != lastTemplate) {
-      auto found = nameOfTemplate.find(o->templateId);
+    if (!haveLast || o->templateId() != lastTemplate) {
+      auto found = nameOfTemplate.find(o->templateId());
       if (found == nameOfTemplate.end()) {
-        const PewObjectTemplate* t = project.pew_get_template(static_cast<int>(o->templateId));
+        const PewObjectTemplate* t = project.pew_get_template(static_cast<int>(o->templateId()));
         if (!t) {
           report("%s: object %d refers to template %u, which is not in the template table; the world cannot be "
-                 "made\n", src, o->objectId, o->templateId);
+                 "made\n", src, o->objectId(), o->templateId());
           return status::kWorldBadObject;
         }
         if (t->strModelFilename.IsEmpty()) {
           report("%s: object %d uses template %u, whose model file name is empty (it would end the world's "
-                 "object list); the world cannot be made\n", src, o->objectId, o->templateId);
+                 "object list); the world cannot be made\n", src, o->objectId(), o->templateId());
           return status::kWorldBadObject;
         }
         names_.emplace_back(t->strModelFilename.View());
-        found = nameOfTemplate.emplace(o->templateId, static_cast<std::uint32_t>(names_.size() - 1)).first;
+        found = nameOfTemplate.emplace(o->templateId(), static_cast<std::uint32_t>(names_.size() - 1)).first;
       }
       haveLast = true;
-      lastTemplate = o->templateId;
+      lastTemplate = o->templateId();
       lastName = found->second;
     }
 
     WorldObject w;
-    std::memcpy(w.transform, o->transform.data(), sizeof w.transform);
+    std::memcpy(w.transform, o->transform().data(), sizeof w.transform);
     for (std::size_t i = 0; i < wrp::kTransformFloats; ++i) {
       std::uint32_t bits;
       std::memcpy(&bits, &w.transform[i], 4);
       if (wrp::nonFiniteBits(bits)) {
         report("%s: object %d (template %u) has transform value %zu of 12 = %g; a world holds only finite "
-               "transforms\n", src, o->objectId, o->templateId, i + 1, static_cast<double>(w.transform[i]));
+               "transforms\n", src, o->objectId(), o->templateId(), i + 1, static_cast<double>(w.transform[i]));
         return status::kWorldBadObject;
       }
     }
-    if (!ids.insert(o->objectId)) {
+    if (!ids.insert(o->objectId())) {
       report("%s: object ID %d is used by two objects (the second of template %u); a world needs unique object "
-             "IDs\n", src, o->objectId, o->templateId);
+             "IDs\n", src, o->objectId(), o->templateId());
       return status::kWorldBadObject;
     }
-    w.id = o->objectId;
+    w.id = o->objectId();
     w.name = lastName;
     objects_.push_back(w);
   }

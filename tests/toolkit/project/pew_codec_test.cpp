@@ -73,15 +73,15 @@ TEST(PewCodec, FixtureOpensWithTheContentItDescribes) {
   PewObjects* objects = project.pew_get_objects();
   EXPECT_EQ(objects->slotCount(), 6u);
   PewObject* o = objects->pewobject_GetFirstValid();
-  EXPECT_EQ(o->objectId, 1);
-  EXPECT_STREQ(o->instanceName.Get(), "front door");
-  EXPECT_EQ(std::vector<double>({o->transform.X(), o->transform.Y(), o->transform.Height()}),
+  EXPECT_EQ(o->objectId(), 1);
+  EXPECT_EQ(o->instanceName(), "front door");
+  EXPECT_EQ(std::vector<double>({o->transform().X(), o->transform().Y(), o->transform().Height()}),
             std::vector<double>({10, 20, 5}));
-  EXPECT_DOUBLE_EQ(o->transform.GetDirectionInDegrees(), 90);
+  EXPECT_DOUBLE_EQ(o->transform().GetDirectionInDegrees(), 90);
   o = objects->pewobject_GetNextValid(o);
-  EXPECT_EQ(o->templateId, 4u);
-  EXPECT_EQ(o->relativeHeight, 0.25f);
-  EXPECT_EQ(o->unnamedA, -1);
+  EXPECT_EQ(o->templateId(), 4u);
+  EXPECT_EQ(o->relativeHeight(), 0.25f);
+  EXPECT_EQ(o->unnamedA(), -1);
   EXPECT_EQ(objects->pewobject_GetNextValid(objects->pewobject_GetNextValid(o)), nullptr);
 }
 

@@ -20,7 +20,7 @@ void load(Vorlan& project, const ProjectFixture& f) {
 
 std::vector<int> validIds(PewObjects* list) {
   std::vector<int> ids;
-  for (PewObject* o = list->pewobject_GetFirstValid(); o; o = list->pewobject_GetNextValid(o)) ids.push_back(o->objectId);
+  for (PewObject* o = list->pewobject_GetFirstValid(); o; o = list->pewobject_GetNextValid(o)) ids.push_back(o->objectId());
   return ids;
 }
 
@@ -50,7 +50,7 @@ TEST(ObjectList, MarkingInvalidKeepsTheSlotAndReductionRemovesIt) {
     Vorlan project;
     load(project, withObjects(c.valid, c.deleted));
     PewObjects* list = project.pew_get_objects();
-    if (c.markSecond) list->pewobject_GetNextValid(list->pewobject_GetFirstValid())->validFlag = 0;
+    if (c.markSecond) list->pewobject_GetNextValid(list->pewobject_GetFirstValid())->markInvalid();
     EXPECT_EQ(list->slotCount(), static_cast<unsigned>(c.slots));
     EXPECT_EQ(validIds(list), c.ids);
     EXPECT_EQ(reduce(list), c.removed);
@@ -73,13 +73,13 @@ TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
   load(project, f);
   PewObjects* list = project.pew_get_objects();
   PewObject* first = list->AddPewObject();
-  EXPECT_EQ(first->objectId, 41);
-  EXPECT_EQ(first->validFlag, 1);
-  EXPECT_EQ(first->transform.Scale(), 1.0);
+  EXPECT_EQ(first->objectId(), 41);
+  EXPECT_EQ(first->validFlag(), 1);
+  EXPECT_EQ(first->transform().Scale(), 1.0);
   std::set<int> ids{40, 7, 41};
-  for (int i = 0; i < 40000; ++i) ids.insert(list->AddPewObject()->objectId);
+  for (int i = 0; i < 40000; ++i) ids.insert(list->AddPewObject()->objectId());
   EXPECT_EQ(ids.size(), 40003u);
-  EXPECT_EQ(first->objectId, 41);  // records never move as the list grows
+  EXPECT_EQ(first->objectId(), 41);  // records never move as the list grows
   EXPECT_EQ(list->slotCount(), 40003u);
 
   // When the highest possible ID is taken, the lowest free one is used.
@@ -91,12 +91,12 @@ TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
   Vorlan other;
   load(other, full);
   PewObjects* gaps = other.pew_get_objects();
-  EXPECT_EQ(gaps->AddPewObject()->objectId, 2);
-  EXPECT_EQ(gaps->AddPewObject()->objectId, 4);
+  EXPECT_EQ(gaps->AddPewObject()->objectId(), 2);
+  EXPECT_EQ(gaps->AddPewObject()->objectId(), 4);
   // And it stays linear: with a search from the start for every new object
   // these 200,000 would take hours, not a fraction of a second.
   std::set<int> filled;
-  for (int i = 0; i < 200000; ++i) filled.insert(gaps->AddPewObject()->objectId);
+  for (int i = 0; i < 200000; ++i) filled.insert(gaps->AddPewObject()->objectId());
   EXPECT_EQ(filled.size(), 200000u);
   EXPECT_EQ(*filled.begin(), 5);
   EXPECT_EQ(*filled.rbegin(), 200004);
@@ -137,7 +137,7 @@ TEST(TemplateTable, WalkThatDeletesTheTemplateItStandsOn) {
   Vorlan project;
   project.pew_New(1, 1, 1);
   for (int id = 1; id <= 3; ++id) project.pew_add_template(id);
-  project.pew_get_objects()->AddPewObject()->templateId = 2;
+  project.pew_get_objects()->AddPewObject()->setTemplateId(2);
   for (PewObjectTemplate* t = project.pew_get_template(nullptr); t;) {
     PewObjectTemplate* next = t->next;
     if (!project.pew_template_used_in_objects(t)) {
@@ -175,14 +175,14 @@ TEST(TemplateTable, UsageFollowsEveryChange) {
   project.pew_add_template(9);  // added for the dangling id: used at once
   EXPECT_EQ(used(9), 1);
   PewObjects* list = project.pew_get_objects();
-  list->AddPewObject()->templateId = 2;
+  list->AddPewObject()->setTemplateId(2);
   EXPECT_EQ(used(2), 1);
   list->pewobjects_DeleteObject(list->pewobject_GetFirstValid());  // the only object of template 1
   EXPECT_EQ(used(1), 0);
   // An object marked invalid still refers to its template until it is reduced.
   PewObject* nine = list->pewobject_GetFirstValid();
-  ASSERT_EQ(nine->templateId, 9u);
-  nine->validFlag = 0;
+  ASSERT_EQ(nine->templateId(), 9u);
+  nine->markInvalid();
   EXPECT_EQ(used(9), 1);
   reduce(list);
   EXPECT_EQ(used(9), 0);

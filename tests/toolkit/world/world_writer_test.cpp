@@ -65,7 +65,7 @@ TEST(WorldWriter, ProjectsAreLaidOutByteByByte) {
 
   auto thirdInvalid = [](Vorlan& p) {
     PewObjects* l = p.pew_get_objects();
-    l->pewobject_GetNextValid(l->pewobject_GetNextValid(l->pewobject_GetFirstValid()))->validFlag = 0;
+    l->pewobject_GetNextValid(l->pewobject_GetNextValid(l->pewobject_GetFirstValid()))->markInvalid();
   };
   struct {
     const ProjectFixture& project;

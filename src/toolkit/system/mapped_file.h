@@ -1,0 +1,38 @@
+// MappedFile: the bytes of a whole file in memory without copying them: the
+// file is mapped privately, so pages are read only when touched and the
+// holder may write into them without the writes ever reaching the file.
+// Files that cannot be mapped (and bytes given in memory) are copied into a
+// buffer of their own instead.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+class MappedFile {
+ public:
+  MappedFile() = default;
+  MappedFile(const MappedFile&) = delete;
+  MappedFile& operator=(const MappedFile&) = delete;
+  ~MappedFile();
+
+  // Maps the file; returns 0 or the errno of the failure (EISDIR for a folder).
+  int open(const char* name);
+  // Holds a copy of the `size` bytes at `data`.
+  void copy(const unsigned char* data, std::size_t size);
+
+  unsigned char* data() { return data_; }
+  const unsigned char* data() const { return data_; }
+  std::size_t size() const { return size_; }
+  bool contains(const void* p) const {
+    auto* b = static_cast<const unsigned char*>(p);
+    return b >= data_ && b < data_ + size_;
+  }
+
+ private:
+  void release();
+
+  unsigned char* data_ = nullptr;
+  std::size_t size_ = 0;
+  bool mapped_ = false;
+  std::vector<unsigned char> copy_;
+};
