@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -17,6 +18,9 @@
 namespace {
 
 constexpr std::size_t kRemainderShown = 200;
+// The most text one grid point can take in any sensible layout (an xyz
+// line of three long numbers is about 40 bytes).
+constexpr std::size_t kMostBytesAPoint = 64;
 
 // The asc header values that matter after reading.
 struct AscHeader {
@@ -91,14 +95,14 @@ void showProgressDot() {
 int endOfAscData(const ElevationText& text, const char* headerEnd, const AscHeader& header, long row, long column) {
   if (row + 1 == header.rows && column + 1 == header.columns) return allHeightsRead();
   const char* at = text.position();
-  std::size_t shown = std::min({kRemainderShown, static_cast<std::size_t>(at - headerEnd), std::strlen(at)});
+  std::size_t shown = std::min(static_cast<std::size_t>(at - headerEnd), strnlen(at, kRemainderShown));
   std::fputs("bad float values in asc file\n", stderr);
   std::fprintf(stderr, "%ldx%ld\n", row, column);
   std::fprintf(stderr, "%.*s\n\n", static_cast<int>(shown), at);
   return 1;
 }
 
-int readAscHeights(ElevationText& text, const AscHeader& header, ElevationGrid& grid) {
+int readAscHeights(ElevationText& text, const AscHeader& header, ElevationGrid& grid, KelFileIO& file) {
   const char* headerEnd = text.position();
   const char* p = skipAscBlanks(headerEnd);
   text.setPosition(p);
@@ -111,6 +115,7 @@ int readAscHeights(ElevationText& text, const AscHeader& header, ElevationGrid& 
     AscRow row = readAscRow(p, heights, columns);
     heights += row.stored;
     text.setPosition(p);
+    file.io_Done(p);  // nothing behind is read again
     if (row.atEnd) return endOfAscData(text, headerEnd, header, r, row.stored - 1);
   }
   return allHeightsRead();
@@ -118,7 +123,7 @@ int readAscHeights(ElevationText& text, const AscHeader& header, ElevationGrid& 
 
 // The xyz layout: the row length is measured on the first row, then every
 // point's height is taken in order, its x and y ignored.
-int readXyzHeights(ElevationText& text, ElevationGrid& grid) {
+int readXyzHeights(ElevationText& text, ElevationGrid& grid, KelFileIO& file) {
   std::fputs("re-trying import in xyz format\n", stdout);
   text.rewind();
   const std::uint32_t columns = grid.columns, rows = grid.rows;
@@ -161,6 +166,7 @@ int readXyzHeights(ElevationText& text, ElevationGrid& grid) {
       }
       *heights++ = point.z;
     }
+    file.io_Done(text.position());  // the rewind is behind us
     showProgressDot();
   }
   return 0;
@@ -170,17 +176,25 @@ int readXyzHeights(ElevationText& text, ElevationGrid& grid) {
 
 int readElevationFile(Vorlan& project, const char* fileName) {
   const std::string shown = utfConvertors::convert_if_local_codepage(fileName);
+  ElevationGrid& grid = *project.pew_get_elevations();
   KelFileIO file;
+  // Text from a pipe is held whole; endless input stops at a size no grid
+  // of this project's could use.
+  const std::size_t limit = std::size_t{grid.columns} * grid.rows * kMostBytesAPoint + (std::size_t{1} << 20);
+  file.io_SetPipeLimit(limit);
   if (!fileName || !file.io_OpenFile(fileName, nullptr, 1)) {
+    bool tooLong = errno == EFBIG;
     std::fprintf(stderr, "cannot read input file %s\n", shown.c_str());
+    if (tooLong)
+      std::fprintf(stderr, "%s: more than %zu bytes of text for a grid of %u x %u points; nothing was imported\n",
+                   shown.c_str(), limit, grid.columns, grid.rows);
     return 1;
   }
   std::printf("Importing elevations from %s...\n", shown.c_str());
-  ElevationGrid& grid = *project.pew_get_elevations();
   ElevationText text(file.io_GetAddress(), shown);
   AscHeader header;
   switch (readAscHeader(text, header)) {
-    case HeaderResult::NotAsc: return readXyzHeights(text, grid);
+    case HeaderResult::NotAsc: return readXyzHeights(text, grid, file);
     case HeaderResult::Failed: return 1;
     case HeaderResult::Read: break;
   }
@@ -188,7 +202,7 @@ int readElevationFile(Vorlan& project, const char* fileName) {
     std::fputs("Grid dimensions are not the same\n", stderr);
     return 1;
   }
-  return readAscHeights(text, header, grid);
+  return readAscHeights(text, header, grid, file);
 }
 
 int importElevations(Vorlan& project, const char* fileName) {

@@ -66,20 +66,21 @@ AscRow readAscRow(const char*& p, float* heights, long columns) {
 }
 
 ElevationText::ElevationText(const char* text, std::string shownName)
-    : start_(text), end_(text + std::strlen(text)), position_(text), shownName_(std::move(shownName)) {}
+    : start_(text), position_(text), shownName_(std::move(shownName)) {}
 
+// The text ends at its first zero byte. It is found as the lines are read,
+// not ahead: a file of hundreds of megabytes is then walked once, front to
+// back, and the memory of what is behind can be given back.
 bool ElevationText::readLine(char* buffer, std::size_t capacity) {
-  if (position_ == end_) return false;
-  std::size_t left = static_cast<std::size_t>(end_ - position_);
-  const char* cr = static_cast<const char*>(std::memchr(position_, '\r', left));
-  const char* lineEnd = cr ? cr : end_;
+  if (*position_ == '\0') return false;
+  const char* lineEnd = position_ + std::strcspn(position_, "\r");
   std::size_t length = static_cast<std::size_t>(lineEnd - position_);
   if (length > capacity - 1) length = capacity - 1;
   std::memcpy(buffer, position_, length);
   buffer[length] = '\0';
   position_ = lineEnd;
   // Past the carriage return and the character after it (the line feed).
-  for (int i = 0; i < 2 && position_ != end_; ++i) ++position_;
+  for (int i = 0; i < 2 && *position_ != '\0'; ++i) ++position_;
   return true;
 }
 

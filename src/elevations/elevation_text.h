@@ -108,7 +108,7 @@ class ElevationText {
   const char* position() const { return position_; }
   void setPosition(const char* p) { position_ = p; }
   void rewind() { position_ = start_; }
-  bool atEnd() const { return position_ == end_; }
+  bool atEnd() const { return *position_ == '\0'; }
   const std::string& shownName() const { return shownName_; }
 
   // A header line "<key><value>": echoes the line on standard output and
@@ -139,7 +139,6 @@ class ElevationText {
   HeaderLine headerLine(const char* key, const char* mismatchMessage, char* line, const char*& value);
 
   const char* start_;
-  const char* end_;
   const char* position_;
   std::string shownName_;
 };

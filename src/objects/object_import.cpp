@@ -110,6 +110,14 @@ class ModelTemplates {
     }
   }
 
+  // Writes the warnings held back. A text that names a new model on every
+  // line gives one warning a line: they go out in batches, not in a write
+  // each, which would cost more than the import itself.
+  void flushWarnings() {
+    std::fwrite(warnings_.data(), 1, warnings_.size(), stderr);
+    warnings_.clear();
+  }
+
   // The template id for a record's name as written in the file.
   std::uint32_t idFor(std::string_view raw, TextWriter& echo, bool interactive) {
     if (const std::uint32_t* known = byRecordName_.find(raw)) return *known;
@@ -120,9 +128,15 @@ class ModelTemplates {
       id = *found;
     } else {
       id = highest_ + 1;
-      if (interactive) echo.flush();  // on a terminal the lines so far come first
-      std::fprintf(stderr, "warning: template '%s' created\n",
-                   utfConvertors::convert_if_local_codepage(name.c_str()).c_str());
+      warnings_ += "warning: template '";
+      warnings_ += utfConvertors::convert_if_local_codepage(name.c_str());
+      warnings_ += "' created\n";
+      if (interactive) {
+        echo.flush();  // on a terminal the lines so far come first
+        flushWarnings();
+      } else if (warnings_.size() >= kWarningBatch) {
+        flushWarnings();
+      }
       project_.pew_add_template(static_cast<int>(id), name.c_str(), 1, -1);
       highest_ = id;
       byModel_.insert(key, id);
@@ -132,7 +146,9 @@ class ModelTemplates {
   }
 
  private:
+  static constexpr std::size_t kWarningBatch = std::size_t{64} << 10;
   Vorlan& project_;
+  std::string warnings_;
   std::uint32_t highest_ = 0;
   NameIndex byModel_;       // folded model file name -> template id
   NameIndex byRecordName_;  // name as the records write it -> template id
@@ -146,6 +162,7 @@ int readObjectRecords(Vorlan& project, FILE* file, TextWriter& echo, const char*
   PewObjects& objects = *project.pew_get_objects();
   auto badSyntax = [&] {
     echo.flush();
+    templates.flushWarnings();
     std::fputs("bad syntax\n", stderr);
     return 1;
   };
@@ -189,6 +206,7 @@ int readObjectRecords(Vorlan& project, FILE* file, TextWriter& echo, const char*
     o->setRelativeHeight(static_cast<float>(relativeHeight));
   }
   echo.flush();
+  templates.flushWarnings();
   if (lines.error() != 0) {
     std::fprintf(stderr, "cannot read import file '%s': %s\n", shownName, std::strerror(lines.error()));
     return 1;

@@ -161,7 +161,15 @@ class PewObjects {
   std::size_t size_ = 0;
   std::size_t erased_ = 0;
   // Records of added objects, in chunks that never move.
-  std::vector<std::unique_ptr<unsigned char[]>> arena_;
+  struct Arena {
+    std::vector<unsigned char*> chunks;
+    std::vector<std::unique_ptr<unsigned char[]>> large;
+    Arena() = default;
+    Arena(const Arena&) = delete;
+    Arena& operator=(const Arena&) = delete;
+    ~Arena() { release(); }
+    void release();
+  } arena_;
   std::size_t arenaUsed_ = 0, arenaRoom_ = 0;
   std::int64_t maxId_ = 0;  // highest object ID in the list; new IDs start at 1
   std::uint64_t changes_ = 0;

@@ -6,22 +6,39 @@
 
 #include "project/pew_object.h"
 
-// A block is mapped on its own, aligned to its size, and asks for a huge
-// page: millions of handles then cost a few page faults instead of
-// thousands. Untouched parts of a block take no memory.
-PewObject* PewObjects::newBlock() {
-  void* p = ::mmap(nullptr, 2 * kBlockBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+namespace {
+
+// 2 MB of memory mapped on its own, aligned to its size, asking for a huge
+// page: millions of handles or records then cost a few page faults instead
+// of thousands. Untouched parts take no memory.
+constexpr std::uintptr_t kHugeBytes = std::uintptr_t{2} << 20;
+
+void* hugeChunk() {
+  void* p = ::mmap(nullptr, 2 * kHugeBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (p == MAP_FAILED) throw std::bad_alloc();
   auto start = reinterpret_cast<std::uintptr_t>(p);
-  std::uintptr_t aligned = (start + kBlockBytes - 1) & ~(kBlockBytes - 1);
+  std::uintptr_t aligned = (start + kHugeBytes - 1) & ~(kHugeBytes - 1);
   if (aligned != start) ::munmap(p, aligned - start);
-  std::uintptr_t tail = aligned + kBlockBytes;
-  if (tail != start + 2 * kBlockBytes) ::munmap(reinterpret_cast<void*>(tail), start + 2 * kBlockBytes - tail);
-  ::madvise(reinterpret_cast<void*>(aligned), kBlockBytes, MADV_HUGEPAGE);
-  return reinterpret_cast<PewObject*>(aligned);
+  std::uintptr_t tail = aligned + kHugeBytes;
+  if (tail != start + 2 * kHugeBytes) ::munmap(reinterpret_cast<void*>(tail), start + 2 * kHugeBytes - tail);
+  ::madvise(reinterpret_cast<void*>(aligned), kHugeBytes, MADV_HUGEPAGE);
+  return reinterpret_cast<void*>(aligned);
+}
+
+}  // namespace
+
+PewObject* PewObjects::newBlock() {
+  static_assert(kBlockBytes == kHugeBytes);
+  return static_cast<PewObject*>(hugeChunk());
 }
 
 void PewObjects::freeBlock(PewObject* block) { ::munmap(block, kBlockBytes); }
+
+void PewObjects::Arena::release() {
+  for (unsigned char* chunk : chunks) ::munmap(chunk, kHugeBytes);
+  chunks.clear();
+  large.clear();
+}
 
 void PewObjects::appendRecord(unsigned char* record) {
   if ((size_ >> kBlockShift) == blocks_.size()) {
@@ -65,13 +82,18 @@ std::int32_t PewObjects::freshId() {
 }
 
 unsigned char* PewObjects::arenaRecord(std::size_t bytes) {
-  if (arenaRoom_ - arenaUsed_ < bytes) {
-    std::size_t room = std::max<std::size_t>(bytes, std::size_t{1} << 20);
-    arena_.emplace_back(new unsigned char[room]);
-    arenaUsed_ = 0;
-    arenaRoom_ = room;
+  // A record is at most kFixedBytes plus a name of up to 4 GB; one larger
+  // than a chunk gets memory of its own.
+  if (bytes > kHugeBytes) {
+    arena_.large.emplace_back(new unsigned char[bytes]);
+    return arena_.large.back().get();
   }
-  unsigned char* record = arena_.back().get() + arenaUsed_;
+  if (arenaRoom_ - arenaUsed_ < bytes) {
+    arena_.chunks.push_back(static_cast<unsigned char*>(hugeChunk()));
+    arenaUsed_ = 0;
+    arenaRoom_ = kHugeBytes;
+  }
+  unsigned char* record = arena_.chunks.back() + arenaUsed_;
   arenaUsed_ += bytes;
   return record;
 }
@@ -141,7 +163,7 @@ void PewObjects::clear() {
   for (PewObject* block : blocks_) freeBlock(block);
   blocks_.clear();
   blockNumbers_.clear();
-  arena_.clear();
+  arena_.release();
   arenaUsed_ = arenaRoom_ = 0;
   size_ = 0;
   erased_ = 0;

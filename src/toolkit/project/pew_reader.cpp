@@ -308,7 +308,8 @@ bool decodeProject(ProjectContent& out, DecodeFailure& failure) { return Decoder
 std::vector<float>& ProjectContent::heights() {
   if (!heightsCopied_) {
     heights_.resize(std::size_t{columns} * rows);
-    if (heightsInFile) std::memcpy(heights_.data(), heightsInFile, heights_.size() * sizeof(float));
+    if (heightsInFile && !heights_.empty())
+      std::memcpy(heights_.data(), heightsInFile, heights_.size() * sizeof(float));
     heightsCopied_ = true;
   }
   return heights_;

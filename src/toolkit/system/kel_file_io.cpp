@@ -1,6 +1,7 @@
 #include "system/kel_file_io.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,21 +17,51 @@ constexpr std::size_t kReadBlock = std::size_t{1} << 20;
 constexpr const char* kRule = "//------------------------------------------------------------------------\r\n";
 }  // namespace
 
+void KelFileIO::release() {
+  if (mapped_ != 0) ::munmap(data_, mapped_);
+  std::vector<char>().swap(buffer_);
+  data_ = nullptr;
+  size_ = mapped_ = released_ = 0;
+}
+
 int KelFileIO::io_OpenFile(const char* name, void*, int) {
-  std::vector<char>().swap(data_);
+  release();
   if (!name) return 0;
   int fd = openInputFile(name, nullptr);
   if (fd < 0) return 0;
-  // A regular file is read into a buffer of its own size (plus room to see
-  // the end); anything else, and a file that grows meanwhile, in blocks that
-  // double. No megabyte is cleared for a small file.
-  struct stat info;
+  struct stat info {};
+  if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) {
+    // Room for the file and one more page of zeros: the file's own last page
+    // is zero past its end, and the next page holds the zero for a file that
+    // fills its last page.
+    const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t size = static_cast<std::size_t>(info.st_size);
+    const std::size_t room = (size / page + 1) * page;
+    void* area = mmap(nullptr, room, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (area != MAP_FAILED &&
+        mmap(area, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_FIXED, fd, 0) != MAP_FAILED) {
+      close(fd);
+      madvise(area, size, MADV_SEQUENTIAL);
+      data_ = static_cast<char*>(area);
+      size_ = size;
+      mapped_ = room;
+      return 1;
+    }
+    if (area != MAP_FAILED) munmap(area, room);
+  }
+  // A pipe (or a file that cannot be mapped) is read in blocks that double.
+  // No megabyte is cleared for a small input.
   std::size_t room = 64 * 1024;
-  if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) room = static_cast<std::size_t>(info.st_size) + 1;
+  if (S_ISREG(info.st_mode)) room = static_cast<std::size_t>(info.st_size) + 1;
   std::vector<char> data;
   bool ok = true;
   for (;;) {
     std::size_t used = data.size();
+    if (used > pipeLimit_) {
+      errno = EFBIG;
+      ok = false;
+      break;
+    }
     if (used == data.capacity()) data.reserve(used < room ? room : std::max(2 * used, kReadBlock));
     data.resize(data.capacity());
     ssize_t n = read(fd, data.data() + used, data.size() - used);
@@ -42,11 +73,27 @@ int KelFileIO::io_OpenFile(const char* name, void*, int) {
       break;
     }
   }
+  int error = errno;
   close(fd);
-  if (!ok) return 0;
+  if (!ok) {
+    errno = error;
+    return 0;
+  }
   data.push_back('\0');
-  data_ = std::move(data);
+  buffer_ = std::move(data);
+  data_ = buffer_.data();
+  size_ = buffer_.size() - 1;
   return 1;
+}
+
+void KelFileIO::io_Done(const char* upTo) {
+  if (mapped_ == 0 || upTo < data_ || upTo > data_ + size_) return;
+  const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  std::size_t done = static_cast<std::size_t>(upTo - data_) / page * page;
+  // In steps of a few megabytes: one call a row would cost more than it saves.
+  if (done < released_ + (std::size_t{8} << 20)) return;
+  madvise(data_ + released_, done - released_, MADV_DONTNEED);
+  released_ = done;
 }
 
 void KelFileIO::io_Banner(GenString* out, const char* title, long date) {
