@@ -20,20 +20,10 @@
 
 namespace {
 
-ConfigLimits fuzzLimits() {
-  ConfigLimits limits;
-  limits.maxFileBytes = std::size_t{1} << 20;
-  limits.maxTotalBytes = std::size_t{4} << 20;
-  limits.maxIncludeDepth = 8;
-  limits.maxNesting = 64;
-  limits.maxExpansionTokens = std::size_t{1} << 16;
-  limits.maxExpansionLength = std::size_t{1} << 14;
-  limits.maxMacroDepth = 32;
-  limits.maxEntries = std::size_t{1} << 16;
-  return limits;
-}
-
-const ConfigLimits kLimits = fuzzLimits();
+const ConfigLimits kLimits{.maxFileBytes = std::size_t{1} << 20, .maxTotalBytes = std::size_t{4} << 20,
+                           .maxIncludeDepth = 8, .maxNesting = 64, .maxExpansionTokens = std::size_t{1} << 16,
+                           .maxExpansionLength = std::size_t{1} << 14, .maxMacroDepth = 32,
+                           .maxEntries = std::size_t{1} << 16};
 std::string mainName;
 
 void makeIncludeFolder() {

@@ -13,10 +13,10 @@
 namespace fs = std::filesystem;
 
 TEST(ReaderRegressions, EveryKeptProjectFailsCleanlyFromMemoryAndFromDisk) {
-  std::vector<fs::path> files;
-  for (const auto& entry : fs::directory_iterator(fs::path(VORLAN_REGRESSIONS) / "pew")) files.push_back(entry.path());
-  ASSERT_FALSE(files.empty());
-  for (const fs::path& file : files) {
+  int kept = 0;
+  for (const auto& entry : fs::directory_iterator(fs::path(VORLAN_REGRESSIONS) / "pew")) {
+    const fs::path& file = entry.path();
+    ++kept;
     SCOPED_TRACE(file.filename().string());
     Outcome memory = openProject(readFileBytes(file.string()));
     EXPECT_TRUE(memory.status == status::kNotProject || memory.status == status::kUnsupported ||
@@ -30,6 +30,7 @@ TEST(ReaderRegressions, EveryKeptProjectFailsCleanlyFromMemoryAndFromDisk) {
     EXPECT_EQ(MessageCapture::calls, 1);
     EXPECT_FALSE(project.IsLoaded());
   }
+  EXPECT_GT(kept, 0);
 }
 
 // Columns x rows x 4.25 bytes once wrapped past 2^64 to 24 bytes, which fit in
@@ -63,12 +64,8 @@ TEST(ReaderRegressions, CopiesOfInheritedArraysCountAgainstTheEntryBound) {
                "lib.txt:5:16: the text makes more than 100000 entries (classes, properties, arrays and elements, "
                "copies of inherited arrays included)");
   EXPECT_EQ(reader.rap_get_root(), nullptr);
-
-  // Under the bound the copies are made as before.
-  ASSERT_EQ(ParseText(reader, text(100, 50)), status::kOk);
-  rap_entry* last = reader.rap_get_class("D49");
-  ASSERT_NE(last, nullptr);
-  EXPECT_EQ(last->rpe_get_entry("big", 0)->get_count(), 100);
+  ASSERT_EQ(ParseText(reader, text(100, 50)), status::kOk) << "under the bound the copies are made";
+  EXPECT_EQ(reader.rap_get_class("D49")->rpe_get_entry("big", 0)->get_count(), 100);
 }
 
 // Deleting the classes of a large class from the last to the first once
@@ -81,25 +78,20 @@ TEST(ReaderRegressions, DeletingClassesTakesConstantTimeEach) {
   text += "};\n";
   Tovisk reader;
   ASSERT_EQ(ParseText(reader, text), status::kOk);  // minutes, when each delete walks the siblings
-  EXPECT_EQ(ChildNames(reader.rap_get_class("C")), (std::vector<std::string>{"a0"}));
+  EXPECT_EQ(TreeText(reader), "C{a0{}}");
 }
 
 // Unlinking keeps the list whole from either end and in the middle, in small
 // classes and in large (indexed) ones, and a deleted name can come back.
 TEST(ReaderRegressions, DeletedClassesLeaveTheRestInOrder) {
   for (int size : {3, 40}) {
-    std::string text = "class C {\n";
-    std::vector<std::string> expected;
+    std::string text = "class C {\n", expected = "C{";
     for (int i = 0; i < size; ++i) text += "class k" + std::to_string(i) + " {};\n";
     text += "delete k0; delete k" + std::to_string(size - 1) + "; delete k1;\nclass k0 { again = 1; };\n};\n";
-    for (int i = 2; i < size - 1; ++i) expected.push_back("k" + std::to_string(i));
-    expected.push_back("k0");
+    for (int i = 2; i < size - 1; ++i) expected += "k" + std::to_string(i) + "{} ";
     Tovisk reader;
     ASSERT_EQ(ParseText(reader, text), status::kOk) << size;
-    rap_entry* c = reader.rap_get_class("C");
-    EXPECT_EQ(ChildNames(c), expected) << size;
-    EXPECT_EQ(c->get_count(), static_cast<int>(expected.size()));
-    EXPECT_EQ(ValueAt(reader, "C/k0", "again"), "1");
-    EXPECT_EQ(c->rpe_get_class("k1"), nullptr);
+    EXPECT_EQ(TreeText(reader), expected + "k0{again=1}}") << size;
+    EXPECT_EQ(reader.rap_get_class("C")->rpe_get_class("k1"), nullptr);
   }
 }

@@ -1,5 +1,5 @@
-// #include: paths relative to the including file, and every way an include
-// can fail.
+// Texts read from files: #include paths relative to the including file,
+// every way an include or a file can fail, and the bounds on what is read.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,137 +10,109 @@
 
 namespace {
 
-int ReadFile(Tovisk& reader, const std::string& path) {
-  return reader.rap_Create(path.c_str(), 0, nullptr, nullptr, 0, nullptr);
+using Files = std::vector<std::pair<std::string, std::string>>;
+
+// Writes the files into the folder (a name ending in '/' is a folder) and
+// reads `main`: the tree it made, or its error with the folder written "@".
+std::string ReadFiles(const TempDir& dir, const std::string& main, const Files& files, int& status,
+                      const ConfigLimits& limits = ConfigLimits()) {
+  for (const auto& [name, text] : files) {
+    std::filesystem::create_directories(std::filesystem::path(dir.file(name)).parent_path());
+    if (name.back() != '/') writeFileText(dir.file(name), text);
+  }
+  Tovisk reader;
+  reader.SetLimits(limits);
+  status = reader.rap_Create(dir.file(main).c_str(), 0, nullptr, nullptr, 0, nullptr);
+  std::string got = status ? reader.ErrorString(status) : TreeText(reader);
+  for (std::size_t at; (at = got.find(dir.path().string())) != std::string::npos;)
+    got.replace(at, dir.path().string().size(), "@");
+  return got;
 }
 
 }  // namespace
 
-TEST(ConfigInclude, PathsAreRelativeToTheIncludingFile) {
-  TempDir dir;
-  std::filesystem::create_directories(dir.path() / "sub" / "deeper");
-  writeFileText(dir.file("main.txt"),
-                "#include \"sub/defs.h\"\n"
-                "class Lib {\n"
-                "  colour = RGB_RED;\n"
-                "#include \"sub\\\\deeper\\\\body.h\"\n"
-                "};\n");
-  writeFileText(dir.file("sub/defs.h"), "#include \"more.h\"\n#define RGB_RED 0x0000FF\n");
-  writeFileText(dir.file("sub/more.h"), "fromMore = 1;\n");
-  writeFileText(dir.file("sub/deeper/body.h"), "  inner = FROM_MAIN;\r\n");
+TEST(ConfigInclude, IncludesAndFilesGiveTheirTreeOrAnErrorNamingThePlace) {
+  const std::string bad = "#include \"bad.h\"\n";
+  const struct {
+    const char* main;
+    Files files;
+    int status;
+    std::string expected;
+  } rows[] = {
+      // Macros of an include hold after it; a '\\' path is tried with '/'.
+      {"main.txt",
+       {{"main.txt", "#include \"sub/defs.h\"\nclass Lib {\n  colour = RGB_RED;\n#include \"sub\\\\deeper\\\\body.h\"\n};\n"},
+        {"sub/defs.h", "#include \"more.h\"\n#define RGB_RED 0x0000FF\n"},
+        {"sub/more.h", "fromMore = 1;\n"},
+        {"sub/deeper/body.h", "  inner = FROM_MAIN;\r\n"}},
+       status::kOk, "fromMore=1 Lib{colour=255 inner=FROM_MAIN}"},
+      {"main.txt",
+       {{"main.txt", "#include \"guarded.h\"\n#include \"guarded.h\"\n#include \"count.h\"\n"},
+        {"guarded.h", "#ifndef GUARD\n#define GUARD\nclass Once {};\n#endif\n"},
+        {"count.h", "n = 1;\n"}},
+       status::kOk, "Once{} n=1"},
+      {"main.txt", {{"main.txt", "v = 1;\n#include   \"nope.h\"\n"}}, status::kConfigInclude,
+       "@/main.txt:2:12: cannot open include file \"nope.h\": no such file (looked for @/nope.h)"},
+      {"main.txt", {{"main.txt", "#include \"folder\"\n"}, {"folder/", ""}}, status::kConfigInclude,
+       "@/main.txt:1:10: cannot read include file \"folder\" (@/folder): is a folder, not a file or pipe"},
+      {"main.txt", {{"main.txt", "#include \"\"\n"}}, status::kConfigInclude, "@/main.txt:1:10: #include names no file"},
+      {"self.txt", {{"self.txt", "a = 1;\n#include \"self.txt\"\n"}}, status::kConfigInclude,
+       "@/self.txt:2:10: \"self.txt\" includes itself"},
+      {"a.txt", {{"a.txt", "#include \"sub/b.txt\"\n"}, {"sub/b.txt", "\n#include \"../a.txt\"\n"}}, status::kConfigInclude,
+       "@/sub/b.txt:2:10: including \"../a.txt\" here makes a cycle: @/a.txt -> @/sub/b.txt -> @/sub/../a.txt"},
+      {"main.txt", {{"main.txt", bad}, {"bad.h", "a = 1;\nb = \"open;\n"}}, status::kConfigSyntax,
+       "@/bad.h:2:5: unterminated string: no closing '\"' before the end of the line"},
+      // Conditionals close in the file that opens them; classes need not.
+      {"main.txt", {{"main.txt", bad + "#endif\n"}, {"bad.h", "#ifdef X\n"}}, status::kConfigSyntax,
+       "@/bad.h:1:1: #ifdef X is not closed: expected #endif before the end of the file"},
+      {"main.txt", {{"main.txt", bad + "  x = 1;\n"}, {"bad.h", "class A {\n"}}, status::kConfigSyntax,
+       "@/main.txt:3:1: expected '}' to close class 'A' (opened at @/bad.h:1:9), found end of file"},
+      {"missing.txt", {}, status::kCannotOpen, "@/missing.txt: cannot read the file: No such file or directory"},
+      {"folder", {{"folder/", ""}}, status::kCannotOpen, "@/folder: cannot read the file: is a folder, not a file or pipe"},
+  };
+  for (const auto& row : rows) {
+    TempDir dir;
+    int s;
+    EXPECT_EQ(ReadFiles(dir, row.main, row.files, s), row.expected);
+    EXPECT_EQ(s, row.status) << row.expected;
+  }
   Tovisk reader;
-  ASSERT_EQ(ReadFile(reader, dir.file("main.txt")), 0) << reader.ErrorString(1);
-  EXPECT_EQ(ValueAt(reader, "", "fromMore"), "1");
-  EXPECT_EQ(ValueAt(reader, "Lib", "colour"), "255") << "macros of an include hold after it";
-  EXPECT_EQ(ValueAt(reader, "Lib", "inner"), "FROM_MAIN") << "a '\\\\' path is tried with '/'";
-}
+  EXPECT_EQ(reader.rap_Create(nullptr, 0, nullptr, nullptr, 0, nullptr), status::kCannotOpen);
 
-TEST(ConfigInclude, TextFromMemoryIncludesRelativeToItsName) {
+  // A text from memory includes relative to the name it is given.
   TempDir dir;
   writeFileText(dir.file("defs.h"), "#define ANSWER 42\n");
-  std::string text = "#include \"defs.h\"\nv = ANSWER;\n";
-  Tovisk reader;
-  ASSERT_EQ(ParseText(reader, text, dir.file("virtual.txt").c_str()), 0) << reader.ErrorString(1);
-  EXPECT_EQ(ValueAt(reader, "", "v"), "42");
-  std::string absolute = "#include \"" + dir.file("defs.h") + "\"\nv = ANSWER;\n";
-  ASSERT_EQ(ParseText(reader, absolute, "elsewhere/x.txt"), 0) << reader.ErrorString(1);
-  EXPECT_EQ(ValueAt(reader, "", "v"), "42");
+  ASSERT_EQ(ParseText(reader, "#include \"defs.h\"\nv = ANSWER;\n", dir.file("virtual.txt").c_str()), 0);
+  EXPECT_EQ(TreeText(reader), "v=42");
+  ASSERT_EQ(ParseText(reader, "#include \"" + dir.file("defs.h") + "\"\nv = ANSWER;\n", "elsewhere/x.txt"), 0);
+  EXPECT_EQ(TreeText(reader), "v=42");
 }
 
-TEST(ConfigInclude, TheSameFileMayBeIncludedAgainOneAfterTheOther) {
+TEST(ConfigInclude, IncludeDepthAndBytesReadAreBounded) {
   TempDir dir;
-  writeFileText(dir.file("main.txt"), "#include \"guarded.h\"\n#include \"guarded.h\"\n#include \"count.h\"\n");
-  writeFileText(dir.file("guarded.h"), "#ifndef GUARD\n#define GUARD\nclass Once {};\n#endif\n");
-  writeFileText(dir.file("count.h"), "n = 1;\n");
-  Tovisk reader;
-  ASSERT_EQ(ReadFile(reader, dir.file("main.txt")), 0) << reader.ErrorString(1);
-  EXPECT_NE(reader.rap_get_class("Once"), nullptr);
-}
+  Files chain;
+  for (int i = 0; i < 40; ++i)
+    chain.push_back({"f" + std::to_string(i) + ".h", "#include \"f" + std::to_string(i + 1) + ".h\"\n"});
+  chain.push_back({"f40.h", "v = 1;\n"});
+  int s;
+  EXPECT_EQ(ReadFiles(dir, "f0.h", chain, s), "@/f31.h:1:1: includes nested more than 32 deep");
+  EXPECT_EQ(ReadFiles(dir, "f9.h", {}, s), "v=1") << "31 levels are fine";
 
-TEST(ConfigInclude, MissingFilesAndFoldersAreIncludeErrors) {
-  TempDir dir;
-  std::filesystem::create_directories(dir.path() / "folder");
-  Tovisk reader;
-  writeFileText(dir.file("main.txt"), "v = 1;\n#include   \"nope.h\"\n");
-  EXPECT_EQ(ReadFile(reader, dir.file("main.txt")), status::kConfigInclude);
-  EXPECT_EQ(std::string(reader.ErrorString(status::kConfigInclude)),
-            dir.file("main.txt") + ":2:12: cannot open include file \"nope.h\": no such file (looked for " +
-                dir.file("nope.h") + ")");
-  writeFileText(dir.file("main.txt"), "#include \"folder\"\n");
-  EXPECT_EQ(ReadFile(reader, dir.file("main.txt")), status::kConfigInclude);
-  EXPECT_EQ(std::string(reader.ErrorString(status::kConfigInclude)),
-            dir.file("main.txt") + ":1:10: cannot read include file \"folder\" (" + dir.file("folder") +
-                "): is a folder, not a file or pipe");
-  writeFileText(dir.file("main.txt"), "#include \"\"\n");
-  EXPECT_EQ(ReadFile(reader, dir.file("main.txt")), status::kConfigInclude);
-}
-
-TEST(ConfigInclude, SelfIncludesAndCyclesAreRefused) {
-  TempDir dir;
-  Tovisk reader;
-  writeFileText(dir.file("self.txt"), "a = 1;\n#include \"self.txt\"\n");
-  EXPECT_EQ(ReadFile(reader, dir.file("self.txt")), status::kConfigInclude);
-  EXPECT_EQ(std::string(reader.ErrorString(status::kConfigInclude)),
-            dir.file("self.txt") + ":2:10: \"self.txt\" includes itself");
-
-  std::filesystem::create_directories(dir.path() / "sub");
-  writeFileText(dir.file("a.txt"), "#include \"sub/b.txt\"\n");
-  writeFileText(dir.file("sub/b.txt"), "\n#include \"../a.txt\"\n");
-  EXPECT_EQ(ReadFile(reader, dir.file("a.txt")), status::kConfigInclude);
-  EXPECT_EQ(std::string(reader.ErrorString(status::kConfigInclude)),
-            dir.file("sub/b.txt") + ":2:10: including \"../a.txt\" here makes a cycle: " + dir.file("a.txt") +
-                " -> " + dir.file("sub/b.txt") + " -> " + dir.file("sub/../a.txt"));
-}
-
-TEST(ConfigInclude, IncludeChainsAreBoundedInDepth) {
-  TempDir dir;
-  auto name = [](int i) { return std::string("f").append(std::to_string(i)).append(".h"); };
-  for (int i = 0; i < 40; ++i) {
-    writeFileText(dir.file(name(i)), std::string("#include \"").append(name(i + 1)).append("\"\n"));
-  }
-  writeFileText(dir.file("f40.h"), "v = 1;\n");
-  Tovisk reader;
-  EXPECT_EQ(ReadFile(reader, dir.file("f0.h")), status::kConfigInclude);
-  EXPECT_EQ(std::string(reader.ErrorString(status::kConfigInclude)),
-            dir.file("f31.h") + ":1:1: includes nested more than 32 deep");
-  EXPECT_EQ(ReadFile(reader, dir.file("f9.h")), 0) << "31 levels are fine";
-}
-
-TEST(ConfigInclude, ErrorsInsideAnIncludeNameThatFile) {
-  TempDir dir;
-  Tovisk reader;
-  writeFileText(dir.file("main.txt"), "#include \"bad.h\"\n");
-  writeFileText(dir.file("bad.h"), "a = 1;\nb = \"open;\n");
-  EXPECT_EQ(ReadFile(reader, dir.file("main.txt")), status::kConfigSyntax);
-  EXPECT_EQ(std::string(reader.ErrorString(status::kConfigSyntax)),
-            dir.file("bad.h") + ":2:5: unterminated string: no closing '\"' before the end of the line");
-
-  writeFileText(dir.file("bad.h"), "#ifdef X\n");
-  writeFileText(dir.file("main.txt"), "#include \"bad.h\"\n#endif\n");
-  EXPECT_EQ(ReadFile(reader, dir.file("main.txt")), status::kConfigSyntax);
-  EXPECT_EQ(std::string(reader.ErrorString(status::kConfigSyntax)),
-            dir.file("bad.h") + ":1:1: #ifdef X is not closed: expected #endif before the end of the file")
-      << "conditionals close in the file that opens them";
-
-  writeFileText(dir.file("bad.h"), "class A {\n");
-  writeFileText(dir.file("main.txt"), "#include \"bad.h\"\n  x = 1;\n");
-  EXPECT_EQ(ReadFile(reader, dir.file("main.txt")), status::kConfigSyntax);
-  EXPECT_EQ(std::string(reader.ErrorString(status::kConfigSyntax)),
-            dir.file("main.txt") + ":3:1: expected '}' to close class 'A' (opened at " + dir.file("bad.h") +
-                ":1:9), found end of file");
-}
-
-TEST(ConfigInclude, TotalBytesReadAreBounded) {
-  TempDir dir;
-  writeFileText(dir.file("part.h"), std::string(600, ' '));
-  std::string main;
-  for (int i = 0; i < 4; ++i) main += "#include \"part.h\"\n";
-  writeFileText(dir.file("main.txt"), main);
   ConfigLimits limits;
   limits.maxTotalBytes = 2000;
-  Tovisk reader;
-  reader.SetLimits(limits);
-  EXPECT_EQ(ReadFile(reader, dir.file("main.txt")), status::kConfigInclude);
-  EXPECT_EQ(std::string(reader.ErrorString(status::kConfigInclude)),
-            dir.file("main.txt") + ":4:10: including \"part.h\" goes over the limit of 2000 bytes read in all");
+  EXPECT_EQ(ReadFiles(dir, "main.txt", {{"part.h", std::string(600, ' ')},
+                                        {"main.txt", "#include \"part.h\"\n#include \"part.h\"\n#include \"part.h\"\n#include \"part.h\"\n"}},
+                      s, limits),
+            "@/main.txt:4:10: including \"part.h\" goes over the limit of 2000 bytes read in all");
+
+  // One file over the bound; a sparse one over the default is refused
+  // before anything is read.
+  limits.maxFileBytes = 100;
+  EXPECT_EQ(ReadFiles(dir, "big.txt", {{"big.txt", std::string(101, ' ')}}, s, limits),
+            "@/big.txt: cannot read the file: file is too large (more than 100 bytes)");
+  EXPECT_EQ(ReadFiles(dir, "big.txt", {{"big.txt", std::string(100, ' ')}}, s, limits), "");
+  writeFileText(dir.file("huge.txt"), "a = 1;");
+  std::filesystem::resize_file(dir.file("huge.txt"), (std::uintmax_t{256} << 20) + 1);
+  EXPECT_EQ(ReadFiles(dir, "huge.txt", {}, s),
+            "@/huge.txt: cannot read the file: file is too large (more than 268435456 bytes)");
 }

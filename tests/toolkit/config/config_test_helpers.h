@@ -1,6 +1,8 @@
 // Small helpers for the config reader tests: read a text from memory and
-// flatten parts of the tree into plain strings for comparison.
+// write a tree as one line of text for comparison.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
@@ -13,36 +15,42 @@ inline int ParseText(Tovisk& reader, const std::string& text, const char* name =
   return reader.rap_Create(name, 0, text.data(), nullptr, static_cast<int>(text.size()), nullptr);
 }
 
-// Names of the child entries, in order.
-inline std::vector<std::string> ChildNames(rap_entry* entry) {
-  std::vector<std::string> names;
-  for (rap_entry* e = entry ? entry->rpe_get_entry(nullptr, 1000) : nullptr; e; e = e->rpe_get_next()) {
-    names.push_back(e->name.Get());
+// The own entries of a class or array in file order: "name=value",
+// "name[]={1,{2}}", "name:Base{...}", "name;" for a class only declared,
+// separated by blanks in classes and by commas in arrays. On the way it
+// checks what every walk of a tree relies on: the counts, the chain of
+// classes, and that each named entry is found again by its name.
+inline std::string TreeText(rap_entry* node) {
+  std::string text;
+  std::vector<rap_entry*> classes;
+  int count = 0;
+  for (rap_entry* e = node->rpe_get_entry(nullptr, 0); e; e = e->rpe_get_next(), ++count) {
+    if (count) text += node->IsArray() ? "," : " ";
+    text += e->name.Get();
+    if (e->IsClass()) {
+      classes.push_back(e);
+      EXPECT_EQ(node->rpe_get_class(e->name.Get()), e) << e->name.Get();
+      if (e->rpe_get_base()) text += std::string(":") + e->rpe_get_base()->name.Get();
+      text += e->IsDeclaredOnly() ? ";" : "{" + TreeText(e) + "}";
+    } else if (e->IsArray()) {
+      text += (node->IsArray() ? "{" : "[]={") + TreeText(e) + "}";
+    } else {
+      text += (node->IsArray() ? "" : "=") + std::string(e->value.Get());
+    }
+    if (!node->IsArray()) {
+      EXPECT_EQ(node->rpe_get_entry(e->name.Get(), 0), e) << e->name.Get();
+    }
   }
-  return names;
+  EXPECT_EQ(count, node->get_count()) << text;
+  if (node->IsClass()) {
+    rap_entry* c = node->rpe_get_class(nullptr);
+    for (rap_entry* want : classes) {
+      EXPECT_EQ(c, want);
+      c = c ? c->rpe_get_next_class() : nullptr;
+    }
+    EXPECT_EQ(c, nullptr);
+  }
+  return text;
 }
 
-// An array as text: "{1,2,{3}}".
-inline std::string ArrayText(const rap_entry* array) {
-  std::string text = "{";
-  for (rap_entry* e = const_cast<rap_entry*>(array)->rpe_get_entry(nullptr, 1000); e; e = e->rpe_get_next()) {
-    if (text.size() > 1) text += ",";
-    text += e->IsArray() ? ArrayText(e) : std::string(e->value.Get());
-  }
-  return text + "}";
-}
-
-// The value of a property of the top level or of a class path "A/B".
-inline std::string ValueAt(Tovisk& reader, const std::string& classPath, const char* name) {
-  rap_entry* cls = reader.rap_get_root();
-  std::size_t from = 0;
-  while (cls && from < classPath.size()) {
-    std::size_t slash = classPath.find('/', from);
-    std::string part = classPath.substr(from, slash == std::string::npos ? std::string::npos : slash - from);
-    cls = cls->rpe_get_class(part.c_str());
-    from = slash == std::string::npos ? classPath.size() : slash + 1;
-  }
-  rap_entry* entry = cls ? cls->rpe_get_entry(name, 1000) : nullptr;
-  if (!entry) return "<missing>";
-  return entry->IsArray() ? ArrayText(entry) : entry->value.Get();
-}
+inline std::string TreeText(Tovisk& reader) { return reader.rap_get_root() ? TreeText(reader.rap_get_root()) : "<none>"; }

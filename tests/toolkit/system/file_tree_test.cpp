@@ -29,9 +29,7 @@ TEST(FileTreeEx, ListsFoldersAndMatchingFilesInByteOrder) {
   TempDir dir;
   for (const char* name : {"b.pew", "a.pew", "B.pew", "MAP.PEW", "notes.txt", "map.pew.bak", "x.pewx"})
     writeFileText(dir.file(name), "");
-  mkdir(dir.file("sub").c_str(), 0755);
-  mkdir(dir.file("Zed").c_str(), 0755);
-  mkdir(dir.file("folder.pew").c_str(), 0755);
+  for (const char* name : {"sub", "Zed", "folder.pew"}) mkdir(dir.file(name).c_str(), 0755);
   symlink(dir.file("a.pew").c_str(), dir.file("link.pew").c_str());
   symlink(dir.file("sub").c_str(), dir.file("loop.pew").c_str());
   int opened;
@@ -49,13 +47,11 @@ TEST(FileTreeEx, ListsFoldersAndMatchingFilesInByteOrder) {
 TEST(FileTreeEx, EmptyAndUnreadableFolders) {
   TempDir dir;
   writeFileText(dir.file("readme.txt"), "");
-  int opened;
-  EXPECT_TRUE(list(dir.path().string(), opened).empty());
-  EXPECT_EQ(opened, 0);
-  list(dir.file("missing"), opened);
-  EXPECT_EQ(opened, -1);
-  list(dir.file("readme.txt"), opened);
-  EXPECT_EQ(opened, -1);
+  int opened[3];
+  EXPECT_TRUE(list(dir.path().string(), opened[0]).empty());
+  list(dir.file("missing"), opened[1]);
+  list(dir.file("readme.txt"), opened[2]);
+  EXPECT_EQ(std::vector<int>(opened, opened + 3), (std::vector<int>{0, -1, -1}));
   // A folder that can be listed but whose entries cannot be looked at (read
   // permission without search permission) is a failure, not an empty folder.
   std::string locked = dir.file("locked");

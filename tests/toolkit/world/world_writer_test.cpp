@@ -73,19 +73,15 @@ TEST(WorldWriter, ProjectsAreLaidOutByteByByte) {
     const std::vector<unsigned char>& bytes;
     std::size_t objects;
   } const cases[] = {{f, thirdInvalid, expected.bytes, 3}, {empty, nullptr, header.bytes, 0}};
+  Morvik world;  // building again replaces the world
   for (const auto& c : cases) {
-    Morvik world;
     ASSERT_EQ(build(world, c.project, 8, c.change), status::kOk);
     EXPECT_EQ(world.objectCount(), c.objects);
-    EXPECT_NE(MessageCapture::text.find("Objects: " + std::to_string(c.objects) + "\n"), std::string::npos);
     TempDir dir;
     ASSERT_EQ(world.wrp_Create(dir.file("map.wrp").c_str(), 8), status::kOk);
     EXPECT_EQ(readFileBytes(dir.file("map.wrp")), c.bytes);
     EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"map.wrp"});
   }
-  EXPECT_NE(MessageCapture::text.find("land grid = terrain grid"), std::string::npos) << MessageCapture::text;
-  EXPECT_NE(MessageCapture::text.find("cell size 4"), std::string::npos);
-  EXPECT_NE(MessageCapture::text.find("only the empty surface entry"), std::string::npos);
 }
 
 TEST(WorldWriter, ProjectsThatCannotBeAWorldStopTheBuild) {
@@ -133,7 +129,6 @@ TEST(WorldWriter, UnwritableNamesAndVersionsLeaveNothingBehind) {
   MessageCapture::reset();
   EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 9), status::kWorldUnsupported);
   EXPECT_NE(MessageCapture::text.find("version 9"), std::string::npos);
-  MessageCapture::reset();
   EXPECT_EQ(world.wrp_Create(dir.file("missing/w.wrp").c_str(), 8), status::kCannotWrite);
   EXPECT_NE(MessageCapture::text.find("missing/w.wrp: cannot write"), std::string::npos) << MessageCapture::text;
   MessageCapture::reset();
@@ -141,6 +136,10 @@ TEST(WorldWriter, UnwritableNamesAndVersionsLeaveNothingBehind) {
   EXPECT_EQ(MessageCapture::calls, 1);
   EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"folder"});
   EXPECT_TRUE(filesIn(dir.file("folder")).empty());
+  world.Close();
+  EXPECT_FALSE(world.IsBuilt());
+  EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kNoProject);
+  EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"folder"});
 }
 
 TEST(WorldWriter, FailureWhileWritingKeepsTheEarlierFileAndRemovesTheTemporary) {
@@ -172,22 +171,4 @@ TEST(WorldWriter, FailureWhileWritingKeepsTheEarlierFileAndRemovesTheTemporary) 
   ASSERT_EQ(world.wrp_Create(target.c_str(), 8), status::kOk);
   EXPECT_EQ(readFileBytes(target).size(), 24u + 64 * 64 * 6 + 8 + 56);
   EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"w.wrp"});
-}
-
-TEST(WorldWriter, CloseReleasesTheWorldAndRebuildingReplacesIt) {
-  ProjectFixture one;
-  one.grid(1, 1, 1).addTemplate(1, "a.p3d");
-  one.addObject(1);
-  ProjectFixture two;
-  two.grid(1, 1, 1);
-  Morvik world;
-  ASSERT_EQ(build(world, one), status::kOk);
-  EXPECT_EQ(world.objectCount(), 1u);
-  ASSERT_EQ(build(world, two), status::kOk);
-  EXPECT_EQ(world.objectCount(), 0u);
-  world.Close();
-  EXPECT_FALSE(world.IsBuilt());
-  TempDir dir;
-  EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kNoProject);
-  EXPECT_TRUE(filesIn(dir.path()).empty());
 }
