@@ -4,6 +4,7 @@
 #include <climits>
 #include <gtest/gtest.h>
 #include <set>
+#include <tuple>
 
 #include "fixture_builder.h"
 #include "message_capture.h"
@@ -76,11 +77,21 @@ TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
   EXPECT_EQ(first->objectId(), 41);
   EXPECT_EQ(first->validFlag(), 1);
   EXPECT_EQ(first->transform().Scale(), 1.0);
+  list->setInstanceName(first, "front door");  // a longer name moves the record, not the object
+  EXPECT_EQ(std::make_tuple(first->instanceName(), first->objectId(), first->unnamedA()),
+            std::make_tuple(std::string_view("front door"), 41, -1));
+  // Past the first block of handles, with invalid ones around its end.
   std::set<int> ids{40, 7, 41};
-  for (int i = 0; i < 40000; ++i) ids.insert(list->AddPewObject()->objectId());
-  EXPECT_EQ(ids.size(), 40003u);
+  for (int i = 0; i < 300000; ++i) {
+    PewObject* o = list->AddPewObject();
+    ids.insert(o->objectId());
+    if (i % 7 == 0 || (i > 262130 && i < 262150)) o->markInvalid();
+  }
+  EXPECT_EQ(ids.size(), 300003u);
   EXPECT_EQ(first->objectId(), 41);  // records never move as the list grows
-  EXPECT_EQ(list->slotCount(), 40003u);
+  EXPECT_EQ(list->slotCount(), 300003u);
+  EXPECT_EQ(validIds(list).size(), 300003u - 42875u);  // 42858 sevenths and 17 more
+  EXPECT_EQ(reduce(list), 42875);
 
   // When the highest possible ID is taken, the lowest free one is used.
   ProjectFixture full = withObjects(4, 0);
