@@ -220,32 +220,4 @@ TEST(TemplateImport, ProjectWithoutDataStopsTheImport) {
   EXPECT_EQ(out.finish(), "Importing Templates from " + dir.file("lib.txt") + "\nadding template objects.......\n");
 }
 
-// The duplicate test must not walk the table for every class: a library of
-// 10,000 templates goes both ways in well under a second in an optimised
-// build (the bound below also holds under the sanitizers).
-TEST(TemplateImport, TenThousandTemplatesBothWays) {
-  TempDir dir;
-  {
-    Vorlan big;
-    big.pew_New(2, 2, 10);
-    for (int id = 1; id <= 10000; ++id) {
-      PewObjectTemplate* t = big.pew_add_template(id);
-      t->strModelFilename.Set("ca\\models\\model_" + std::to_string(id) + ".p3d");
-      t->strModelName.Set("model " + std::to_string(id));
-      t->ulObjectType = 1 + id % 3;
-      t->dblxyGeometryBounds = {0, 1.0 + id % 7, 2.5};
-    }
-    ASSERT_EQ(big.pew_Create(dir.file("big.pew").c_str(), 0), status::kOk);
-    ASSERT_EQ(big.pew_Create(dir.file("copy.pew").c_str(), 0), status::kOk);
-  }
-  std::string lib = dir.file("lib.txt");
-  ASSERT_EQ(runWith({"-ET", dir.file("big.pew"), lib}).status, 0);
-  RunResult added = runWith({"-ATY", dir.file("big.pew"), lib});
-  EXPECT_NE(added.out.find("Done, 10000 processed, 10000 duplicates (ignored)\n"), std::string::npos);
-  RunResult replaced = runWith({"-ITY", dir.file("copy.pew"), lib});
-  ASSERT_EQ(replaced.status, 0) << replaced.err;
-  ASSERT_EQ(runWith({"-ET", dir.file("copy.pew"), dir.file("again.txt")}).status, 0);
-  EXPECT_EQ(withoutBanner(readFileText(dir.file("again.txt"))), withoutBanner(readFileText(lib)));
-}
-
 }  // namespace
