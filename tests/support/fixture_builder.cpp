@@ -11,11 +11,10 @@ namespace {
 class Bytes {
  public:
   explicit Bytes(std::vector<unsigned char>& out) : out_(out) {}
-  template <typename T>
-  void put(T value) {
-    unsigned char raw[sizeof(T)];
-    std::memcpy(raw, &value, sizeof(T));  // the test machines are little-endian
-    out_.insert(out_.end(), raw, raw + sizeof(T));
+  // The values in the order given, each as its own type's bytes.
+  template <typename... T>
+  void put(T... values) {
+    (putOne(values), ...);
   }
   void text(const std::string& s) {
     put<std::uint32_t>(static_cast<std::uint32_t>(s.size() + 1));
@@ -28,33 +27,25 @@ class Bytes {
   }
 
  private:
+  template <typename T>
+  void putOne(T value) {
+    unsigned char raw[sizeof(T)];
+    std::memcpy(raw, &value, sizeof(T));  // the test machines are little-endian
+    out_.insert(out_.end(), raw, raw + sizeof(T));
+  }
   std::vector<unsigned char>& out_;
 };
 
 void writeTemplate(Bytes& b, const FixtureTemplate& t) {
   b.text(t.modelFilename);
   b.text(t.modelName);
-  b.put(t.objectType);
-  b.put(t.outlineColour);
-  b.put(t.objectColour);
-  b.put(t.geometryBounds[0]);
-  b.put(t.geometryBounds[1]);
-  b.put(t.id);
+  b.put(t.objectType, t.outlineColour, t.objectColour, t.geometryBounds[0], t.geometryBounds[1], t.id);
   b.floats(t.geometryCentre, 3);
-  b.put(t.resolutionBounds[0]);
-  b.put(t.resolutionBounds[1]);
+  b.put(t.resolutionBounds[0], t.resolutionBounds[1]);
   b.floats(t.resolutionCentre, 3);
-  b.put(t.unknownFlag);
-  b.put(t.randomScaleFlag);
-  b.put(t.randomScale[0]);
-  b.put(t.randomScale[1]);
-  b.put(t.randomRotateFlag);
-  b.put(t.randomRotate[0]);
-  b.put(t.randomRotate[1]);
-  b.put(t.randomOrientationFlag);
-  b.put(t.randomOrientation[0]);
-  b.put(t.randomOrientation[1]);
-  b.put<std::uint16_t>(t.road ? 1 : 0);
+  b.put(t.unknownFlag, t.randomScaleFlag, t.randomScale[0], t.randomScale[1], t.randomRotateFlag,
+        t.randomRotate[0], t.randomRotate[1], t.randomOrientationFlag, t.randomOrientation[0],
+        t.randomOrientation[1], static_cast<std::uint16_t>(t.road));
   if (t.road) {
     b.floats(t.roadFrame.data(), 12);
     b.floats(t.xroadFrame.data(), 12);
@@ -62,25 +53,20 @@ void writeTemplate(Bytes& b, const FixtureTemplate& t) {
   b.put<std::uint32_t>(static_cast<std::uint32_t>(t.artificial.size()));
   for (const auto& a : t.artificial) {
     b.text(a.name);
-    b.put(a.lbUnknown);
-    b.put<std::uint32_t>(static_cast<std::uint32_t>(a.points.size()));
+    b.put(a.lbUnknown, static_cast<std::uint32_t>(a.points.size()));
     for (const auto& p : a.points) b.floats(p.data(), 3);
   }
   b.put(t.markerType);
 }
 
 void writeObject(Bytes& b, const FixtureObject& o) {
-  b.put<std::uint16_t>(o.valid ? 1 : 0);
+  b.put(static_cast<std::uint16_t>(o.valid));
   if (!o.valid) return;
-  b.put(o.unknown);
-  b.put(o.id);
+  b.put(o.unknown, o.id);
   b.floats(o.transform.data(), 12);
   b.put(o.unnamedDouble);
   b.text(o.instanceName);
-  b.put(o.relativeHeight);
-  b.put(o.unnamedA);
-  b.put(o.unnamedB);
-  b.put(o.templateId);
+  b.put(o.relativeHeight, o.unnamedA, o.unnamedB, o.templateId);
 }
 
 }  // namespace
@@ -168,33 +154,21 @@ std::vector<unsigned char> ProjectFixture::bytes() const {
   std::vector<unsigned char> out;
   Bytes b(out);
   b.raw(signature);
-  b.put(valueA);
-  b.put(valueB);
+  b.put(valueA, valueB);
   b.text(dataPath);
   b.text(objectPath);
-  b.put(spacing);
-  b.put(valueC);
+  b.put(spacing, valueC);
   b.text(valueD);
-  b.put(valueE);
-  b.put(legacyTextures);
-  b.put<std::uint32_t>(static_cast<std::uint32_t>(templates.size()));
+  b.put(valueE, legacyTextures, static_cast<std::uint32_t>(templates.size()));
   for (const auto& t : templates) writeTemplate(b, t);
-  b.put(noTerrains);
-  b.put(noForests);
-  b.put(noRoads);
-  b.put(columns);
-  b.put(rows);
+  b.put(noTerrains, noForests, noRoads, columns, rows);
   for (float h : heights) b.put(h);
   std::size_t extraCount = static_cast<std::size_t>(columns) * rows / 16;
   for (std::size_t i = 0; i < extraCount; ++i) b.put(i < extra.size() ? extra[i] : 0.0f);
-  b.put(afterExtra);
-  b.put<std::uint32_t>(static_cast<std::uint32_t>(objects.size()));
+  b.put(afterExtra, static_cast<std::uint32_t>(objects.size()));
   for (const auto& o : objects) writeObject(b, o);
-  if (tail.empty()) {
-    for (int i = 0; i < 6; ++i) b.put<std::uint32_t>(0);
-  } else {
-    out.insert(out.end(), tail.begin(), tail.end());
-  }
+  if (tail.empty()) out.resize(out.size() + 24, 0);  // six u32 zeros
+  else out.insert(out.end(), tail.begin(), tail.end());
   return out;
 }
 

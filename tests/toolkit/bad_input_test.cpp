@@ -245,6 +245,11 @@ TEST(BadInput, WorldChecker) {
   EXPECT_EQ(world.wrp_Open(dir.file("none.wrp").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);
   EXPECT_HAS(MessageCapture::text, "none.wrp: cannot open the world file");
   EXPECT_EQ(world.wrp_Open(dir.path().c_str(), 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);
+  // Without a name, messages name the memory read, or nothing.
+  EXPECT_EQ(world.wrp_Open("", 0, MessageCapture::sink, nullptr, 0), status::kCannotOpen);
+  EXPECT_HAS(MessageCapture::text, "(no name): cannot open the world file");
+  world.wrp_Open("", 0, MessageCapture::sink, good.data(), 3);
+  EXPECT_HAS(MessageCapture::text, "(memory): ");
 }
 
 TEST(BadInput, ConfigReader) {
