@@ -90,8 +90,7 @@ void KelFileIO::io_Done(const char* upTo) {
   if (mapped_ == 0 || upTo < data_ || upTo > data_ + size_) return;
   const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   std::size_t done = static_cast<std::size_t>(upTo - data_) / page * page;
-  // In steps of a few megabytes: one call a row would cost more than it saves.
-  if (done < released_ + (std::size_t{8} << 20)) return;
+  if (done <= released_) return;
   madvise(data_ + released_, done - released_, MADV_DONTNEED);
   released_ = done;
 }

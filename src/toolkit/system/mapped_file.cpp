@@ -44,24 +44,11 @@ int MappedFile::open(const char* name) {
       ::madvise(p, size_, MADV_SEQUENTIAL);
     } else {
       size_ = 0;
+      e = errno;  // a file the system cannot map
     }
   }
-  if (e == 0 && !mapped_) {
-    // Not mappable (a pipe, a special file, an empty file): read what the
-    // size says there is, up to its end.
-    copy_.resize(S_ISREG(st.st_mode) ? static_cast<std::size_t>(st.st_size) : 0);
-    std::size_t got = 0;
-    while (got < copy_.size()) {
-      ssize_t n = ::read(fd, copy_.data() + got, copy_.size() - got);
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) e = errno;
-      if (n <= 0) break;
-      got += static_cast<std::size_t>(n);
-    }
-    copy_.resize(got);
-    data_ = copy_.data();
-    size_ = got;
-  }
+  // Anything else (an empty file, a pipe, a device) holds no bytes: the
+  // reader finds it too short.
   ::close(fd);
   if (e != 0) release();
   return e;

@@ -1,8 +1,7 @@
 // MappedFile: the bytes of a whole file in memory without copying them: the
 // file is mapped privately, so pages are read only when touched and the
 // holder may write into them without the writes ever reaching the file.
-// Files that cannot be mapped (and bytes given in memory) are copied into a
-// buffer of their own instead.
+// Bytes given in memory are copied into a buffer of their own.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +14,8 @@ class MappedFile {
   MappedFile& operator=(const MappedFile&) = delete;
   ~MappedFile();
 
-  // Maps the file; returns 0 or the errno of the failure (EISDIR for a folder).
+  // Maps the file; returns 0 or the errno of the failure (EISDIR for a
+  // folder). A file that is not regular, or empty, holds no bytes.
   int open(const char* name);
   // Holds a copy of the `size` bytes at `data`.
   void copy(const unsigned char* data, std::size_t size);
