@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "system/byte_source.h"
+#include "system/mapped_file.h"
 #include "project/id_set.h"
 #include "text/cstring8.h"
 #include "world/morvik.h"
@@ -74,7 +75,7 @@ class WorldChecker {
     return false;
   }
   // Every count is checked against the file's size before it is read, so a
-  // shortage here means the file could not be read (or shrank meanwhile).
+  // shortage here is a fault of this checker, reported rather than read past.
   bool need(std::size_t n) {
     return in_.ensure(n) || fail(status::kCannotOpen, in_.offset(), "the file could not be read to its stated size");
   }
@@ -315,12 +316,15 @@ bool WorldChecker::objects() {
 int Morvik::wrp_Open(const char* name, int, MessageSink sink, const unsigned char* data, std::size_t dataLength) {
   sink_ = sink;
   std::string file = name && *name ? name : data ? "(memory)" : "(no name)";
+  MappedFile mapped;
   ByteSource in;
   if (data) {
     in.openMemory(data, dataLength);
-  } else if (int e = name && *name ? in.openFile(name) : ENOENT) {
+  } else if (int e = name && *name ? mapped.open(name) : ENOENT) {
     report("%s: cannot open the world file: %s\n", file.c_str(), std::strerror(e));
     return status::kCannotOpen;
+  } else {
+    in.openMemory(mapped.data(), mapped.size());
   }
   WorldChecker check(in);
   if (!check.run()) {
