@@ -104,25 +104,18 @@ namespace {
 // empty name stored as a lone NUL, and the usual values after it.
 void fillNewRecord(unsigned char* r, std::int32_t id) {
   using namespace pew_record;
-  const std::uint16_t valid = 1, unknown = 0;
-  const Matrix4 identity = Matrix4::Identity();
-  const double unnamed = 1.0;
-  const std::uint32_t nameLength = 1;
-  const float relative = 0.0f;
-  const std::int32_t minusOne = -1;
-  const std::uint32_t templateId = 0;
-  std::memcpy(r + kValidFlag, &valid, 2);
-  std::memcpy(r + kUnknownFlag, &unknown, 2);
-  std::memcpy(r + kObjectId, &id, 4);
-  std::memcpy(r + kTransform, &identity, 48);
-  std::memcpy(r + kUnnamedDouble, &unnamed, 8);
-  std::memcpy(r + kNameLength, &nameLength, 4);
+  auto put = [r](std::size_t at, auto value) { std::memcpy(r + at, &value, sizeof value); };
+  put(kValidFlag, std::uint16_t{1});
+  put(kUnknownFlag, std::uint16_t{0});
+  put(kObjectId, id);
+  put(kTransform, Matrix4::Identity());
+  put(kUnnamedDouble, 1.0);
+  put(kNameLength, std::uint32_t{1});
   r[kName] = 0;
-  unsigned char* after = r + kName + 1;
-  std::memcpy(after + kRelativeHeight, &relative, 4);
-  std::memcpy(after + kUnnamedA, &minusOne, 4);
-  std::memcpy(after + kUnnamedB, &minusOne, 4);
-  std::memcpy(after + kTemplateId, &templateId, 4);
+  put(kName + 1 + kRelativeHeight, 0.0f);
+  put(kName + 1 + kUnnamedA, std::int32_t{-1});
+  put(kName + 1 + kUnnamedB, std::int32_t{-1});
+  put(kName + 1 + kTemplateId, std::uint32_t{0});
 }
 
 }  // namespace

@@ -47,6 +47,7 @@ TEST(ConfigLookup, LookupsIgnoreCaseAndHonourTheLimit) {
   EXPECT_EQ(big->rpe_get_entry("C1000", 1000), nullptr) << "the 1001st child is past the limit";
   EXPECT_NE(big->rpe_get_entry("C1000", 1001), nullptr);
   EXPECT_NE(big->rpe_get_entry("last", 0), nullptr) << "no limit below 1";
+  EXPECT_EQ(big->rpe_get_entry("C1", 1), nullptr) << "a limit of 1 looks at one child";
   TreeText(big);  // finds each of the 1501 again, through the index
 }
 
