@@ -39,25 +39,6 @@ std::vector<std::string> caseNames() {
   return names;
 }
 
-std::vector<std::string> splitArgs(const std::string& line) {
-  std::vector<std::string> out;
-  std::size_t i = 0;
-  while (i < line.size()) {
-    while (i < line.size() && std::isspace(static_cast<unsigned char>(line[i]))) ++i;
-    if (i >= line.size()) break;
-    std::string word;
-    if (line[i] == '"') {
-      std::size_t end = line.find('"', i + 1);
-      word = line.substr(i + 1, end - i - 1);
-      i = end == std::string::npos ? line.size() : end + 1;
-    } else {
-      while (i < line.size() && !std::isspace(static_cast<unsigned char>(line[i]))) word += line[i++];
-    }
-    out.push_back(word);
-  }
-  return out;
-}
-
 struct RunResult {
   int status = -1;
   bool timedOut = false;
@@ -174,7 +155,7 @@ TEST_P(Case, Runs) {
   std::string program = fs::exists(source / "program") ? readFileText((source / "program").string()) : "vorlan";
   program = program.substr(0, program.find('\n'));
   ASSERT_TRUE(program == "vorlan" || program == "vorlan-map") << "unknown program " << program;
-  RunResult r = runTool(program == "vorlan" ? kTool : kMapTool, run.path(), splitArgs(argsLine), input);
+  RunResult r = runTool(program == "vorlan" ? kTool : kMapTool, run.path(), descriptionWords(argsLine, false), input);
   ASSERT_FALSE(r.timedOut) << "the run did not end within 60 s";
 
   const fs::path expected = source / "expected";
@@ -190,7 +171,7 @@ TEST_P(Case, Runs) {
   }
   if (fs::exists(expected / "absent")) {
     std::string names = readFileText((expected / "absent").string());
-    for (const std::string& name : splitArgs(names))
+    for (const std::string& name : descriptionWords(names, false))
       EXPECT_FALSE(fs::exists(run.path() / name)) << "the run left " << name;
   }
   if (fs::exists(expected / "unchanged")) {

@@ -7,26 +7,6 @@
 
 namespace {
 
-std::vector<std::string> words(const std::string& line) {
-  std::vector<std::string> out;
-  std::size_t i = 0;
-  while (i < line.size()) {
-    while (i < line.size() && (line[i] == ' ' || line[i] == '\t' || line[i] == '\r')) ++i;
-    if (i >= line.size() || line[i] == '#') break;
-    std::string word;
-    if (line[i] == '"') {
-      std::size_t end = line.find('"', i + 1);
-      if (end == std::string::npos) throw std::runtime_error("unterminated quote");
-      word = line.substr(i + 1, end - i - 1);
-      i = end + 1;
-    } else {
-      while (i < line.size() && line[i] != ' ' && line[i] != '\t' && line[i] != '\r') word += line[i++];
-    }
-    out.push_back(word);
-  }
-  return out;
-}
-
 double number(const std::string& text) {
   char* end = nullptr;
   double v = std::strtod(text.c_str(), &end);
@@ -150,6 +130,27 @@ void objectStatement(ProjectFixture& f, const std::vector<std::string>& w) {
 
 }  // namespace
 
+std::vector<std::string> descriptionWords(const std::string& line, bool comments) {
+  std::vector<std::string> out;
+  auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  std::size_t i = 0;
+  while (i < line.size()) {
+    while (i < line.size() && blank(line[i])) ++i;
+    if (i >= line.size() || (comments && line[i] == '#')) break;
+    std::string word;
+    if (line[i] == '"') {
+      std::size_t end = line.find('"', i + 1);
+      if (end == std::string::npos) throw std::runtime_error("unterminated quote");
+      word = line.substr(i + 1, end - i - 1);
+      i = end + 1;
+    } else {
+      while (i < line.size() && !blank(line[i])) word += line[i++];
+    }
+    out.push_back(word);
+  }
+  return out;
+}
+
 ProjectFixture parseProjectDescription(const std::string& text) {
   ProjectFixture f;
   std::stringstream in(text);
@@ -158,7 +159,7 @@ ProjectFixture parseProjectDescription(const std::string& text) {
   while (std::getline(in, line)) {
     ++lineNumber;
     try {
-      auto w = words(line);
+      auto w = descriptionWords(line, true);
       if (w.empty()) continue;
       if (w[0] == "version" && w.size() == 2) {
         if (w[1] == "59") f.version59();

@@ -15,8 +15,13 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "fixture_builder.h"
 
 // Throws std::runtime_error naming the line on a statement it cannot read.
 ProjectFixture parseProjectDescription(const std::string& text);
+
+// The words of a line: split at blanks, a word in double quotes may hold
+// blanks; with `comments`, '#' outside a word ends the line.
+std::vector<std::string> descriptionWords(const std::string& line, bool comments);
