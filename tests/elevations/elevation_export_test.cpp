@@ -45,18 +45,6 @@ std::string formatted(float value, int width) {
 
 }  // namespace
 
-TEST(ElevationExport, AnUnknownFormatWritesAnEmptyFileAndFails) {
-  TempDir dir;
-  Vorlan project;
-  makeGrid(project, 2, 2, 10.0f, {1, 2, 3, 4});
-  writeFileText(dir.file("old.txt"), "old content");
-  Export e = exportTo(project, dir.file("old.txt"), 2);
-  EXPECT_EQ(e.result, 1);
-  EXPECT_EQ(e.out, "Exporting elevations to " + dir.file("old.txt") + " in xyz format...Done\n");
-  EXPECT_EQ(e.err, "");
-  EXPECT_EQ(e.file, "");
-}
-
 // Enough heights to fill the piece buffer many times over, negative ones
 // among them; the asc header rounds the cell size to one decimal.
 TEST(ElevationExport, WritesLargeGridsInPiecesWithoutLosingAByte) {

@@ -5,36 +5,10 @@
 #include <cstring>
 #include <random>
 
-#include "driver/run_state.h"
-#include "input_feed.h"
 #include "object_test_support.h"
 #include "objects/duplicate_finder.h"
-#include "objects/object_import.h"
-#include "stream_capture.h"
 
 namespace {
-
-struct Printed {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-template <typename Action>
-Printed run(Action action) {
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  int status = action();
-  std::string errText = err.finish();
-  return {status, out.finish(), errText};
-}
-
-std::vector<PewObject*> allValid(Vorlan& project) {
-  std::vector<PewObject*> all;
-  PewObjects& objects = *project.pew_get_objects();
-  for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) all.push_back(o);
-  return all;
-}
 
 // Twins as the listing defines them, the slow way.
 std::vector<std::uint32_t> twinsByPairs(const std::vector<const PewObject*>& objects) {
@@ -47,14 +21,6 @@ std::vector<std::uint32_t> twinsByPairs(const std::vector<const PewObject*>& obj
         break;
       }
   return twin;
-}
-
-ProjectFixture withTemplates() {
-  ProjectFixture f;
-  f.grid(2, 2, 10.0f);
-  f.addTemplate(1, "ca\\house.p3d");
-  f.addTemplate(2, "tree.p3d");
-  return f;
 }
 
 }  // namespace
@@ -85,33 +51,3 @@ TEST(ListDuplicates, AMillionTwinsEachFindTheNext) {
   for (std::uint32_t i = 0; i + 1 < twins.size(); ++i) ASSERT_EQ(twins[i], i + 1);
   EXPECT_EQ(twins.back(), kNoTwin);
 }
-
-TEST(AddOffsets, MovesTheValidObjectsOnlyOnceConfirmed) {
-  ProjectFixture f = withTemplates();
-  f.addObject(1).at(1, 2, 3).heading(30, 2);
-  f.addObject(2).at(-5, 7.5f, 0);
-  OpenedProject p(f);
-  PewObject* hidden = allValid(p.get())[1];
-  hidden->markInvalid();
-  Matrix4 before = allValid(p.get())[0]->transform();
-  Printed r = run([&] { return addOffsets(p.get(), 10, 20, 0); });
-  EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out, "Adding offsets\nOffsets added to all Objects\n");
-  const Matrix4 moved = allValid(p.get())[0]->transform();
-  EXPECT_EQ(moved.X(), 11.0);
-  EXPECT_EQ(moved.Y(), 22.0);
-  EXPECT_EQ(moved.Height(), 3.0);
-  EXPECT_EQ(std::memcmp(moved.m, before.m, 9 * sizeof(float)), 0);  // orientation and scale stay
-  EXPECT_EQ(hidden->transform().X(), -5.0);
-  EXPECT_EQ(hidden->transform().Y(), 7.5);
-  // Declined, nothing moves (the other actions show this end to end).
-  runOptions.yes = 0;
-  std::vector<unsigned char> saved = readFileBytes(p.path());
-  InputFeed no("n");
-  r = run([&] { return addOffsets(p.get(), 1, 1, 1); });
-  EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "are you sure you want to do this? Y/N? n\n");
-  EXPECT_EQ(allValid(p.get())[0]->transform().X(), 11.0);
-  EXPECT_TRUE(readFileBytes(p.path()) == saved);
-}
-
