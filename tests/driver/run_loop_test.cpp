@@ -288,6 +288,7 @@ TEST(BuiltTool, InterruptedExportOrSaveLeavesNoTemporaryFile) {
         waitpid(child, &status, 0);
       }
       EXPECT_FALSE(std::filesystem::exists(temp)) << signal;
+      EXPECT_EQ(readFileText(dir.file("log.txt")).find("cut short"), std::string::npos) << "only a bus error says so";
       if (WIFSIGNALED(status)) {
         EXPECT_EQ(WTERMSIG(status), signal);
         ++interrupted;
