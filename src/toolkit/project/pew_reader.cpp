@@ -78,7 +78,7 @@ class Decoder {
   bool flags();
   bool grid();
   bool objects();
-  bool badSlot(std::uint32_t i, std::uint32_t count, std::size_t at, std::uint16_t valid, std::uint32_t nameLength);
+  bool badSlot(std::uint32_t i, std::uint32_t count, std::size_t at, std::uint32_t nameLength);
   bool tail();
 
   ByteSource in_;
@@ -251,7 +251,7 @@ bool Decoder::objects() {
     if (left >= kName) std::memcpy(&nameLength, p + kNameLength, 4);
     std::size_t need = left < 2 ? 2 : valid == 0 ? 2 : left < kName ? kName : kFixedBytes + std::size_t{nameLength};
     if (need > left || (valid != 0 && nameLength != 0 && p[kName + nameLength - 1] != 0))
-      return badSlot(i, count, at, valid, nameLength);
+      return badSlot(i, count, at, nameLength);
     list.appendRecord(p);
     if (valid != 0) {
       std::int32_t id;
@@ -271,8 +271,7 @@ bool Decoder::objects() {
 
 // Reports the first problem of a slot that does not fit or whose name does
 // not end in a NUL, with the same words a field-by-field read would use.
-bool Decoder::badSlot(std::uint32_t i, std::uint32_t count, std::size_t at, std::uint16_t valid,
-                      std::uint32_t nameLength) {
+bool Decoder::badSlot(std::uint32_t i, std::uint32_t count, std::size_t at, std::uint32_t nameLength) {
   using namespace pew_record;
   in_.advance(at - static_cast<std::size_t>(in_.offset()));
   block_ = "object slot " + std::to_string(i + 1) + " of " + std::to_string(count);
@@ -280,7 +279,6 @@ bool Decoder::badSlot(std::uint32_t i, std::uint32_t count, std::size_t at, std:
   if (in_.remaining() < kName) return shortage(kName);
   std::int32_t id;
   std::memcpy(&id, in_.cursor() + kObjectId, 4);
-  (void)valid;
   if (nameLength != 0) {
     in_.advance(kNameLength);
     std::string slot = block_;

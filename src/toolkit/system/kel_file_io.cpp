@@ -1,7 +1,6 @@
 #include "system/kel_file_io.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,10 +17,10 @@ constexpr const char* kRule = "//-----------------------------------------------
 }  // namespace
 
 void KelFileIO::release() {
-  if (mapped_ != 0) ::munmap(data_, mapped_);
+  mapped_.release();
   std::vector<char>().swap(buffer_);
   data_ = nullptr;
-  size_ = mapped_ = released_ = 0;
+  size_ = 0;
 }
 
 int KelFileIO::io_OpenFile(const char* name, void*, int) {
@@ -30,24 +29,11 @@ int KelFileIO::io_OpenFile(const char* name, void*, int) {
   int fd = openInputFile(name, nullptr);
   if (fd < 0) return 0;
   struct stat info {};
-  if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) {
-    // Room for the file and one more page of zeros: the file's own last page
-    // is zero past its end, and the next page holds the zero for a file that
-    // fills its last page.
-    const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    const std::size_t size = static_cast<std::size_t>(info.st_size);
-    const std::size_t room = (size / page + 1) * page;
-    void* area = mmap(nullptr, room, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (area != MAP_FAILED &&
-        mmap(area, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_FIXED, fd, 0) != MAP_FAILED) {
-      close(fd);
-      madvise(area, size, MADV_SEQUENTIAL);
-      data_ = static_cast<char*>(area);
-      size_ = size;
-      mapped_ = room;
-      return 1;
-    }
-    if (area != MAP_FAILED) munmap(area, room);
+  if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0 && mapped_.map(fd) == 0) {
+    close(fd);
+    data_ = reinterpret_cast<char*>(mapped_.data());
+    size_ = mapped_.size();
+    return 1;
   }
   // A pipe (or a file that cannot be mapped) is read in blocks that double.
   // No megabyte is cleared for a small input.
@@ -87,12 +73,7 @@ int KelFileIO::io_OpenFile(const char* name, void*, int) {
 }
 
 void KelFileIO::io_Done(const char* upTo) {
-  if (mapped_ == 0 || upTo < data_ || upTo > data_ + size_) return;
-  const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  std::size_t done = static_cast<std::size_t>(upTo - data_) / page * page;
-  if (done <= released_) return;
-  madvise(data_ + released_, done - released_, MADV_DONTNEED);
-  released_ = done;
+  if (data_ && upTo >= data_) mapped_.giveBack(static_cast<std::size_t>(upTo - data_));
 }
 
 void KelFileIO::io_Banner(GenString* out, const char* title, long date) {

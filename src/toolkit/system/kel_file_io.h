@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "system/mapped_file.h"
 #include "text/gen_string.h"
 
 class KelFileIO {
@@ -41,8 +42,7 @@ class KelFileIO {
 
   char* data_ = nullptr;  // the file and its terminating zero
   std::size_t size_ = 0;
-  std::size_t mapped_ = 0;  // bytes of the mapping, 0 when data_ is in buffer_
-  std::size_t released_ = 0;
+  MappedFile mapped_;        // a regular file
+  std::vector<char> buffer_;  // a pipe
   std::size_t pipeLimit_ = ~std::size_t{0};
-  std::vector<char> buffer_;
 };

@@ -10,8 +10,8 @@
 MappedFile::~MappedFile() { release(); }
 
 void MappedFile::release() {
-  if (mapped_) ::munmap(data_, size_);
-  mapped_ = false;
+  if (mappedRoom_ != 0) ::munmap(data_, mappedRoom_);
+  mappedRoom_ = given_ = 0;
   copy_.clear();
   data_ = nullptr;
   size_ = 0;
@@ -30,26 +30,45 @@ int MappedFile::open(const char* name) {
   if (fd < 0) return errno;
   struct stat st;
   int e = 0;
-  if (::fstat(fd, &st) != 0) {
-    e = errno;
-  } else if (S_ISDIR(st.st_mode)) {
-    e = EISDIR;
-  } else if (S_ISREG(st.st_mode) && st.st_size > 0) {
-    size_ = static_cast<std::size_t>(st.st_size);
-    void* p = ::mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE, fd, 0);
-    if (p != MAP_FAILED) {
-      data_ = static_cast<unsigned char*>(p);
-      mapped_ = true;
-      // Records are walked front to back.
-      ::madvise(p, size_, MADV_SEQUENTIAL);
-    } else {
-      size_ = 0;
-      e = errno;  // a file the system cannot map
-    }
-  }
-  // Anything else (an empty file, a pipe, a device) holds no bytes: the
-  // reader finds it too short.
+  if (::fstat(fd, &st) != 0) e = errno;
+  else if (S_ISDIR(st.st_mode)) e = EISDIR;
+  else e = map(fd);
   ::close(fd);
-  if (e != 0) release();
   return e;
+}
+
+int MappedFile::map(int fd) {
+  release();
+  struct stat st;
+  if (::fstat(fd, &st) != 0) return errno;
+  // Anything but a regular file with bytes (an empty file, a pipe, a device)
+  // holds no bytes: a reader finds it too short.
+  if (!S_ISREG(st.st_mode) || st.st_size <= 0) return 0;
+  // Room for the file and one more page of zeros: the file's own last page
+  // is zero past its end, and the next page holds the zero for a file that
+  // fills its last page.
+  const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  const std::size_t size = static_cast<std::size_t>(st.st_size);
+  const std::size_t room = (size / page + 1) * page;
+  void* area = ::mmap(nullptr, room, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (area == MAP_FAILED) return errno;
+  if (::mmap(area, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_FIXED, fd, 0) == MAP_FAILED) {
+    int e = errno;  // a file the system cannot map
+    ::munmap(area, room);
+    return e;
+  }
+  ::madvise(area, size, MADV_SEQUENTIAL);  // read front to back
+  data_ = static_cast<unsigned char*>(area);
+  size_ = size;
+  mappedRoom_ = room;
+  return 0;
+}
+
+void MappedFile::giveBack(std::size_t upTo) {
+  if (mappedRoom_ == 0 || upTo > size_) return;
+  const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  std::size_t done = upTo / page * page;
+  if (done <= given_) return;
+  ::madvise(data_ + given_, done - given_, MADV_DONTNEED);
+  given_ = done;
 }

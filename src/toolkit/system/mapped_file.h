@@ -1,6 +1,7 @@
 // MappedFile: the bytes of a whole file in memory without copying them: the
 // file is mapped privately, so pages are read only when touched and the
-// holder may write into them without the writes ever reaching the file.
+// holder may write into them without the writes ever reaching the file. A
+// zero byte always follows the file's bytes, for readers of text.
 // Bytes given in memory are copied into a buffer of their own.
 #pragma once
 
@@ -17,6 +18,13 @@ class MappedFile {
   // Maps the file; returns 0 or the errno of the failure (EISDIR for a
   // folder). A file that is not regular, or empty, holds no bytes.
   int open(const char* name);
+  // The same for a file already open (the descriptor stays open).
+  int map(int fd);
+  // The bytes before `upTo` will not be read again: their memory goes back
+  // (the file's pages stay cached by the system).
+  void giveBack(std::size_t upTo);
+  // Lets go of the bytes held.
+  void release();
   // Holds a copy of the `size` bytes at `data`.
   void copy(const unsigned char* data, std::size_t size);
 
@@ -29,10 +37,10 @@ class MappedFile {
   }
 
  private:
-  void release();
 
   unsigned char* data_ = nullptr;
   std::size_t size_ = 0;
-  bool mapped_ = false;
+  std::size_t mappedRoom_ = 0;  // bytes of the mapping; 0 when nothing is mapped
+  std::size_t given_ = 0;       // bytes from the start given back
   std::vector<unsigned char> copy_;
 };
