@@ -143,8 +143,9 @@ void PewObjects::setInstanceName(PewObject* object, std::string_view name) {
     // Head, new name, then the fields that followed the old name.
     unsigned char* moved = arenaRecord(pew_record::kFixedBytes + newLength);
     std::memcpy(moved, r, pew_record::kName);
-    std::memcpy(moved + pew_record::kName + newLength, r + pew_record::kName + oldLength, 16);
-    std::memcpy(moved + pew_record::kNameLength, &newLength, 4);
+    std::memcpy(moved + pew_record::kName + newLength, r + pew_record::kName + oldLength,
+                pew_record::kFixedBytes - pew_record::kName);  // the fields after the name
+    std::memcpy(moved + pew_record::kNameLength, &newLength, sizeof newLength);
     object->bits_ = (object->bits_ & PewObject::kMarked) | reinterpret_cast<std::uintptr_t>(moved);
     r = moved;
   }
