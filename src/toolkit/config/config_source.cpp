@@ -147,7 +147,6 @@ void ConfigSource::JoinContinuedLines() {
     removed += length;
     splices_.push_back({joined.size(), removed});
     from = p + length;
-    p = from - 1;
   }
   if (splices_.empty()) return;
   joined.append(text_, from, std::string::npos);

@@ -13,10 +13,8 @@ std::string DescribeToken(const Token& token) {
 }
 
 std::string_view TextArena::Store(std::string_view text) {
-  constexpr std::size_t kBlock = 64 * 1024;
   total_ += text.size();
-  if (text.size() > kBlock / 4) {
-    // Large texts get a block of their own so the shared block is not wasted.
+  if (text.size() > kOwnBlockFrom) {
     blocks_.push_back(std::make_unique<char[]>(text.size() + 1));
     std::memcpy(blocks_.back().get(), text.data(), text.size());
     return {blocks_.back().get(), text.size()};

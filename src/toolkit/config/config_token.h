@@ -66,4 +66,9 @@ class TextArena {
   std::size_t used_ = 0;
   std::size_t capacity_ = 0;
   std::size_t total_ = 0;
+
+  // Small texts share blocks of this size; a text over a quarter of it gets
+  // a block of its own, so little of a shared block is left unused.
+  static constexpr std::size_t kBlock = std::size_t{64} << 10;
+  static constexpr std::size_t kOwnBlockFrom = kBlock / 4;
 };

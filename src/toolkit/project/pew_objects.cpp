@@ -112,10 +112,11 @@ void fillNewRecord(unsigned char* r, std::int32_t id) {
   put(kUnnamedDouble, 1.0);
   put(kNameLength, std::uint32_t{1});
   r[kName] = 0;
-  put(kName + 1 + kRelativeHeight, 0.0f);
-  put(kName + 1 + kUnnamedA, std::int32_t{-1});
-  put(kName + 1 + kUnnamedB, std::int32_t{-1});
-  put(kName + 1 + kTemplateId, std::uint32_t{0});
+  auto putAfterName = [r](std::size_t at, auto value) { std::memcpy(r + kName + 1 + at, &value, sizeof value); };
+  putAfterName(kRelativeHeight, 0.0f);
+  putAfterName(kUnnamedA, std::int32_t{-1});
+  putAfterName(kUnnamedB, std::int32_t{-1});
+  putAfterName(kTemplateId, std::uint32_t{0});
 }
 
 }  // namespace

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <vector>
 
+#include "system/file_calls.h"
+
 // The C library's stdio buffer size cannot be raised without handing it
 // memory that must outlive the stream, and the caller closes the stream with
 // a plain fclose. So the stream is a custom one (the C library's cookie
@@ -27,15 +29,10 @@ struct Writer {
 bool writeAll(Writer& w, const char* data, std::size_t size) {
   const std::uint64_t start = w.written;
   const std::size_t total = size;
-  while (size > 0) {
-    ssize_t n = ::write(w.fd, data, size);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      w.failed = true;
-      return false;
-    }
-    data += n;
-    size -= static_cast<std::size_t>(n);
+  if (int error = writeWhole(w.fd, data, size); error != 0) {
+    errno = error;  // for the stream, which reports the failure
+    w.failed = true;
+    return false;
   }
   w.written += total;
   // Have the system start putting each large block on disk now, without

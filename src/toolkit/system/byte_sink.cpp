@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "system/file_calls.h"
+
 ByteSink::~ByteSink() {
   if (fd_ >= 0) ::close(fd_);
 }
@@ -22,28 +24,19 @@ int ByteSink::create(const char* name) { return openWith(name, O_TRUNC); }
 int ByteSink::createNew(const char* name) { return openWith(name, O_EXCL); }
 
 void ByteSink::writeAll(const unsigned char* data, std::size_t n) {
-  const off_t start = static_cast<off_t>(written_);
-  const std::size_t length = n;
-  while (n > 0 && error_ == 0) {
-    ssize_t w = ::write(fd_, data, n);
-    if (w < 0 && errno == EINTR) continue;
-    if (w <= 0) {
-      error_ = w < 0 ? errno : EIO;
-      return;
-    }
-    data += w;
-    n -= static_cast<std::size_t>(w);
-    written_ += static_cast<std::uint64_t>(w);
-  }
+  if (error_ != 0 || n == 0) return;
+  error_ = writeWhole(fd_, data, n);
+  if (error_ != 0) return;
   // Have the system start putting each block on disk now, without waiting:
   // the writes overlap with the encoding of the next blocks, and the fsync
   // that every save ends with finds little left to do. A file system that
   // cannot do this just ignores it.
-  ::sync_file_range(fd_, start, static_cast<off_t>(length), SYNC_FILE_RANGE_WRITE);
+  ::sync_file_range(fd_, static_cast<off_t>(written_), static_cast<off_t>(n), SYNC_FILE_RANGE_WRITE);
+  written_ += n;
 }
 
 void ByteSink::flush() {
-  if (used_ > 0 && error_ == 0 && fd_ >= 0) writeAll(buffer_.data(), used_);
+  writeAll(buffer_.data(), used_);
   used_ = 0;
 }
 
@@ -58,7 +51,7 @@ void ByteSink::writeSlow(const void* data, std::size_t n) {
   }
   flush();
   if (n >= buffer_.size()) {
-    if (error_ == 0 && fd_ >= 0) writeAll(static_cast<const unsigned char*>(data), n);
+    writeAll(static_cast<const unsigned char*>(data), n);
     return;
   }
   std::memcpy(buffer_.data(), data, n);
@@ -67,14 +60,7 @@ void ByteSink::writeSlow(const void* data, std::size_t n) {
 
 int ByteSink::sync() {
   flush();
-  if (fd_ >= 0 && error_ == 0) {
-    while (::fsync(fd_) != 0) {
-      if (errno != EINTR) {
-        error_ = errno;
-        break;
-      }
-    }
-  }
+  if (fd_ >= 0 && error_ == 0) error_ = syncWhole(fd_);
   return error_;
 }
 

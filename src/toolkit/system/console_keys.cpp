@@ -8,6 +8,8 @@
 #include <csignal>
 #include <cstdio>
 
+#include "system/file_calls.h"
+
 namespace {
 
 constexpr int kRestoreSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
@@ -73,13 +75,9 @@ class RawTerminal {
 };
 
 int readOneByte() {
-  for (;;) {
-    unsigned char key;
-    ssize_t n = read(STDIN_FILENO, &key, 1);
-    if (n == 1) return key;
-    if (n < 0 && errno == EINTR) continue;
-    return EOF;
-  }
+  unsigned char key;
+  std::size_t got;
+  return readSome(STDIN_FILENO, &key, 1, got) == 0 && got == 1 ? key : EOF;
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdlib>
 
+#include "system/file_calls.h"
 #include "system/file_string.h"
 #include "system/temporary_files.h"
 #include "text/utf_convertors.h"
@@ -51,13 +52,7 @@ std::string temporaryNameFor(const std::string& target) {
 int syncFile(const std::string& name) {
   int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return errno;
-  int error = 0;
-  while (::fsync(fd) != 0) {
-    if (errno != EINTR) {
-      error = errno;
-      break;
-    }
-  }
+  int error = syncWhole(fd);
   ::close(fd);
   return error;
 }

@@ -9,10 +9,10 @@
 #include <ctime>
 #include <string>
 
+#include "system/file_calls.h"
 #include "system/input_file.h"
 
 namespace {
-constexpr std::size_t kReadBlock = std::size_t{1} << 20;
 constexpr const char* kRule = "//------------------------------------------------------------------------\r\n";
 }  // namespace
 
@@ -35,37 +35,28 @@ int KelFileIO::io_OpenFile(const char* name, void*, int) {
     size_ = mapped_.size();
     return 1;
   }
-  // A pipe (or a file that cannot be mapped) is read in blocks that double.
-  // No megabyte is cleared for a small input.
-  std::size_t room = 64 * 1024;
-  if (S_ISREG(info.st_mode)) room = static_cast<std::size_t>(info.st_size) + 1;
+  // A pipe (or a file that cannot be mapped) is read into a buffer that
+  // doubles as it fills; a small input clears no more than the first block.
   std::vector<char> data;
-  bool ok = true;
-  for (;;) {
-    std::size_t used = data.size();
+  std::size_t used = 0;
+  int error = 0;
+  for (std::size_t got = 1; got > 0;) {
     if (used > pipeLimit_) {
-      errno = EFBIG;
-      ok = false;
+      error = EFBIG;
       break;
     }
-    if (used == data.capacity()) data.reserve(used < room ? room : std::max(2 * used, kReadBlock));
-    data.resize(data.capacity());
-    ssize_t n = read(fd, data.data() + used, data.size() - used);
-    bool interrupted = n < 0 && errno == EINTR;
-    data.resize(used + (n > 0 ? static_cast<std::size_t>(n) : 0));
-    if (interrupted) continue;
-    if (n <= 0) {
-      ok = n == 0;
-      break;
-    }
+    if (used == data.size()) data.resize(used + std::max(used, kFirstPipeBlock));
+    error = readSome(fd, data.data() + used, data.size() - used, got);
+    if (error != 0) break;
+    used += got;
   }
-  int error = errno;
   close(fd);
-  if (!ok) {
+  if (error != 0) {
     errno = error;
     return 0;
   }
-  data.push_back('\0');
+  data.resize(used + 1);
+  data[used] = '\0';
   buffer_ = std::move(data);
   data_ = buffer_.data();
   size_ = buffer_.size() - 1;
@@ -85,9 +76,7 @@ void KelFileIO::io_Banner(GenString* out, const char* title, long date) {
     std::time_t when = static_cast<std::time_t>(date);
     std::tm local{};
     char stamp[32];
-    if (localtime_r(&when, &local) && std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", &local) > 0) {
-      text += stamp;
-    }
+    if (localtime_r(&when, &local)) text.append(stamp, std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", &local));
   }
   text += "\r\n";
   text += kRule;

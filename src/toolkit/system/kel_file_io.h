@@ -45,4 +45,6 @@ class KelFileIO {
   MappedFile mapped_;        // a regular file
   std::vector<char> buffer_;  // a pipe
   std::size_t pipeLimit_ = ~std::size_t{0};
+
+  static constexpr std::size_t kFirstPipeBlock = std::size_t{64} << 10;
 };

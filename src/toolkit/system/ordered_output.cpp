@@ -5,18 +5,17 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "system/file_calls.h"
+
 namespace {
 
 ssize_t writeError(void*, const char* data, size_t size) {
   std::fflush(stdout);
-  size_t done = 0;
-  while (done < size) {
-    ssize_t n = ::write(STDERR_FILENO, data + done, size - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return done > 0 ? static_cast<ssize_t>(done) : -1;
-    done += static_cast<size_t>(n);
+  if (int error = writeWhole(STDERR_FILENO, data, size); error != 0) {
+    errno = error;
+    return -1;
   }
-  return static_cast<ssize_t>(done);
+  return static_cast<ssize_t>(size);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <vector>
 
+#include "system/file_calls.h"
 #include "system/file_string.h"
 #include "status.h"
 #include "system/temporary_files.h"
@@ -31,57 +32,11 @@ std::string freeName(const std::string& folder, const std::string& stem) {
   return name;
 }
 
-bool syncFile(int fd) {
-  while (fsync(fd) != 0) {
-    if (errno != EINTR) return false;
-  }
-  return true;
-}
-
 void syncFolder(const std::string& folder) {
   int fd = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd < 0) return;
-  syncFile(fd);  // best effort: the rename itself has already happened
+  syncWhole(fd);  // best effort: the rename itself has already happened
   close(fd);
-}
-
-// Copies `from` to the new file `to` and syncs it; for file systems that
-// cannot make hard links.
-bool copyFile(const std::string& from, const std::string& to) {
-  int in = open(from.c_str(), O_RDONLY | O_CLOEXEC);
-  if (in < 0) return false;
-  int out = open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  if (out < 0) {
-    close(in);
-    return false;
-  }
-  std::vector<char> block(std::size_t{1} << 20);
-  bool ok = true;
-  for (;;) {
-    ssize_t n = read(in, block.data(), block.size());
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) {
-      ok = n == 0;
-      break;
-    }
-    for (ssize_t done = 0; done < n;) {
-      ssize_t w = write(out, block.data() + done, static_cast<std::size_t>(n - done));
-      if (w < 0 && errno == EINTR) continue;
-      if (w <= 0) {
-        ok = false;
-        break;
-      }
-      done += w;
-    }
-    if (!ok) break;
-  }
-  struct stat info;
-  if (ok && fstat(in, &info) == 0) fchmod(out, info.st_mode & 07777);
-  if (ok) ok = syncFile(out);
-  if (close(out) != 0) ok = false;
-  close(in);
-  if (!ok) unlink(to.c_str());
-  return ok;
 }
 
 // Gives the new file `fd` the old file's owner and group (where this user
@@ -104,6 +59,33 @@ void keepOwnership(int fd, const std::string& old, const struct stat& info) {
     length = getxattr(old.c_str(), name, value.data(), value.size());
     if (length >= 0) fsetxattr(fd, name, value.data(), static_cast<std::size_t>(length), 0);
   }
+}
+
+// Copies `from` to the new file `to` and syncs it, for file systems that
+// cannot make hard links; the copy keeps the old file's owner, permissions
+// and extended attributes.
+bool copyFile(const std::string& from, const std::string& to) {
+  int in = open(from.c_str(), O_RDONLY | O_CLOEXEC);
+  if (in < 0) return false;
+  int out = open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (out < 0) {
+    close(in);
+    return false;
+  }
+  std::vector<char> block(std::size_t{1} << 20);
+  bool ok = true;
+  for (std::size_t got; ok;) {
+    ok = readSome(in, block.data(), block.size(), got) == 0;
+    if (got == 0) break;
+    ok = ok && writeWhole(out, block.data(), got) == 0;
+  }
+  struct stat info;
+  if (ok && fstat(in, &info) == 0) keepOwnership(out, from, info);
+  if (ok) ok = syncWhole(out) == 0;
+  if (close(out) != 0) ok = false;
+  close(in);
+  if (!ok) unlink(to.c_str());
+  return ok;
 }
 
 std::string folderOf(const std::string& path) {
@@ -205,7 +187,7 @@ int RenamePackageA::rnp_CloseOutputs(int status) {
   struct stat old;
   bool oldExists = stat(target_.c_str(), &old) == 0;
   if (ok && oldExists) keepOwnership(fd, target_, old);
-  if (ok && !syncFile(fd)) ok = fail("cannot write the new project to disk", errno);
+  if (int error = ok ? syncWhole(fd) : 0; error != 0) ok = fail("cannot write the new project to disk", error);
   if (fd >= 0) close(fd);
 
   // The backup keeps the project as it was before this package first

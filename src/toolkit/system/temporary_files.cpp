@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 
 namespace {
 
@@ -26,7 +27,6 @@ Slot slots[kSlots];
 // SIGBUS: a project is read through a mapping of its file, and a file cut
 // short by another program while it is mapped faults on the missing pages.
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGBUS};
-bool handlersInstalled = false;
 
 void removeAndResend(int signal) {
   int saved = errno;
@@ -46,8 +46,8 @@ void removeAndResend(int signal) {
   raise(signal);
 }
 
+// Installs the handlers, once: the first temporary file of the run calls it.
 void installHandlers() {
-  handlersInstalled = true;
   struct sigaction action {};
   action.sa_handler = removeAndResend;
   sigemptyset(&action.sa_mask);
@@ -79,7 +79,8 @@ bool parseOwner(const std::string& text, long* pid) {
 
 void holdTemporary(const std::string& path) {
   if (path.size() >= PATH_MAX) return;
-  if (!handlersInstalled) installHandlers();
+  static std::once_flag installed;
+  std::call_once(installed, installHandlers);
   for (Slot& slot : slots) {
     if (slot.used.load()) continue;
     std::memcpy(slot.path, path.c_str(), path.size() + 1);

@@ -1,0 +1,42 @@
+#include "system/file_calls.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+
+int writeWhole(int fd, const void* data, std::size_t size) {
+  const char* at = static_cast<const char*>(data);
+  while (size > 0) {
+    ssize_t n = ::write(fd, at, size);
+    if (n > 0) {
+      at += n;
+      size -= static_cast<std::size_t>(n);
+    } else if (n == 0) {
+      return EIO;
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+int syncWhole(int fd) {
+  while (::fsync(fd) != 0) {
+    if (errno != EINTR) return errno;
+  }
+  return 0;
+}
+
+int readSome(int fd, void* data, std::size_t size, std::size_t& got) {
+  for (;;) {
+    ssize_t n = ::read(fd, data, size);
+    if (n >= 0) {
+      got = static_cast<std::size_t>(n);
+      return 0;
+    }
+    if (errno != EINTR) {
+      got = 0;
+      return errno;
+    }
+  }
+}

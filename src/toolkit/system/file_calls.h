@@ -1,0 +1,18 @@
+// File calls that carry on where a handled signal (EINTR) or a short count
+// stops the plain system call, so that each caller states only what it
+// writes, syncs or reads. Each returns 0 or the errno of the failure.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+
+// Writes all `size` bytes; a write that makes no progress fails with EIO.
+int writeWhole(int fd, const void* data, std::size_t size);
+
+// Has the system put the file's data on disk (fsync).
+int syncWhole(int fd);
+
+// Reads up to `size` bytes into `data`; `got` is the count read (0 at the
+// end of the file).
+int readSome(int fd, void* data, std::size_t size, std::size_t& got);

@@ -1,0 +1,211 @@
+// File calls that go wrong the way disks, signals and file systems make them
+// go wrong. This binary is linked with the system's write, read, fsync and
+// link wrapped (see CMakeLists.txt), so each test can script what the next
+// calls of the toolkit's own code return.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <deque>
+#include <string>
+
+#include "status.h"
+#include "system/byte_sink.h"
+#include "system/file_calls.h"
+#include "system/rename_package.h"
+#include "temp_dir.h"
+
+namespace {
+
+// What the next calls return: an errno to fail with, or kShort to do the
+// call for one byte only; calls past the script behave normally.
+constexpr int kShort = -1;
+std::deque<int> writes, reads, syncs, links;
+
+int next(std::deque<int>& script) {
+  if (script.empty()) return 0;
+  int outcome = script.front();
+  script.pop_front();
+  return outcome;
+}
+
+}  // namespace
+
+extern "C" {
+ssize_t __real_write(int, const void*, size_t);
+ssize_t __real_read(int, void*, size_t);
+int __real_fsync(int);
+int __real_link(const char*, const char*);
+
+ssize_t __wrap_write(int fd, const void* data, size_t size) {
+  int outcome = next(writes);
+  if (outcome == kShort) return __real_write(fd, data, size > 0 ? 1 : 0);
+  if (outcome == 0) return __real_write(fd, data, size);
+  errno = outcome;
+  return -1;
+}
+ssize_t __wrap_read(int fd, void* data, size_t size) {
+  int outcome = next(reads);
+  if (outcome == kShort) return __real_read(fd, data, size > 0 ? 1 : 0);
+  if (outcome == 0) return __real_read(fd, data, size);
+  errno = outcome;
+  return -1;
+}
+int __wrap_fsync(int fd) {
+  int outcome = next(syncs);
+  if (outcome == 0 || outcome == kShort) return __real_fsync(fd);
+  errno = outcome;
+  return -1;
+}
+int __wrap_link(const char* from, const char* to) {
+  int outcome = next(links);
+  if (outcome == 0) return __real_link(from, to);
+  errno = outcome;
+  return -1;
+}
+}
+
+namespace {
+
+class FileFaults : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    EXPECT_TRUE(writes.empty() && reads.empty() && syncs.empty() && links.empty()) << "a scripted call never came";
+    writes.clear(), reads.clear(), syncs.clear(), links.clear();
+  }
+  TempDir dir;
+};
+
+// A handled signal or a short count is carried on from; any other failure
+// is handed back, and nothing is retried after it.
+TEST_F(FileFaults, CallsCarryOnAfterSignalsAndShortCountsAndReportTheRest) {
+  const struct {
+    std::deque<int> script;  // for each of the three calls in turn
+    int writeError;
+    const char* written;
+    int syncError, readError;
+    const char* read;  // by one readSome of the file
+  } cases[] = {
+      {{}, 0, "vorlan", 0, 0, "vorlan"},
+      {{EINTR, EINTR}, 0, "vorlan", 0, 0, "vorlan"},
+      {{kShort, EINTR, kShort}, 0, "vorlan", 0, 0, "v"},
+      {{kShort, ENOSPC}, ENOSPC, "v", 0, 0, "v"},
+      {{EIO, 0}, EIO, "", EIO, EIO, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.written);
+    std::string name = dir.file("calls");
+    int fd = open(name.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0644);
+    ASSERT_GE(fd, 0);
+    writes = c.script;
+    EXPECT_EQ(writeWhole(fd, "vorlan", 6), c.writeError);
+    EXPECT_EQ(readFileText(name), c.written);
+    syncs = c.script;
+    EXPECT_EQ(syncWhole(fd), c.syncError);
+    char got[8] = {};
+    std::size_t count = 99;
+    lseek(fd, 0, SEEK_SET);
+    reads = c.script;
+    EXPECT_EQ(readSome(fd, got, sizeof got, count), c.readError);
+    EXPECT_EQ(std::string(got, count), c.read);
+    lseek(fd, 0, SEEK_END);
+    reads.clear();
+    EXPECT_EQ(readSome(fd, got, sizeof got, count), 0) << "the end of the file is no failure";
+    EXPECT_EQ(count, 0u);
+    writes.clear(), syncs.clear(), reads.clear();
+    close(fd);
+  }
+  std::size_t count = 99;
+  char byte;
+  EXPECT_EQ(readSome(-1, &byte, 1, count), EBADF);
+  EXPECT_EQ(count, 0u);
+}
+
+// Every byte reaches the file, the last lone byte of a flush too, and the
+// first failure is the one reported.
+TEST_F(FileFaults, ByteSinkWritesEveryByteOrReportsTheFirstFailure) {
+  for (std::size_t size : {std::size_t{1}, std::size_t{5} << 20}) {
+    ByteSink sink;
+    ASSERT_EQ(sink.create(dir.file("sink").c_str()), 0);
+    std::string bytes(size, 'w');
+    writes = {EINTR};
+    sink.write(bytes.data(), bytes.size());
+    syncs = {EINTR};
+    EXPECT_EQ(sink.sync(), 0);
+    EXPECT_EQ(sink.close(), 0);
+    EXPECT_EQ(readFileText(dir.file("sink")), bytes);
+  }
+  ByteSink full;
+  ASSERT_EQ(full.create(dir.file("full").c_str()), 0);
+  full.put(std::uint32_t{7});
+  writes = {ENOSPC};
+  EXPECT_EQ(full.sync(), ENOSPC);
+  full.put(std::uint32_t{8});
+  EXPECT_EQ(full.close(), ENOSPC);
+  ByteSink unsynced;
+  ASSERT_EQ(unsynced.create(dir.file("unsynced").c_str()), 0);
+  unsynced.put('u');
+  syncs = {EIO};
+  EXPECT_EQ(unsynced.sync(), EIO);
+}
+
+class SavingFaults : public FileFaults {
+ protected:
+  void SetUp() override {
+    writeFileText(project, "old project");
+    chmod(project.c_str(), 0640);
+  }
+  // Saves "new project" with a backup; returns the close's status.
+  int save(RenamePackageA& outputs) {
+    EXPECT_NE(outputs.rnp_BuildOutputs(1, project.c_str(), "pew", nullptr, nullptr), 0);
+    writeFileText(outputs.rnp_GetFileName(3), "new project");
+    return outputs.rnp_CloseOutputs(status::kOk);
+  }
+  std::string project = dir.file("map.pew");
+};
+
+// Where the file system makes no hard links, the backup is a copy with the
+// old file's permissions; standard input is closed, as in scripts started
+// without one, so the copy's files may get its descriptor.
+TEST_F(SavingFaults, BackupIsCopiedWhereLinksCannotBeMade) {
+  int savedInput = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  RenamePackageA outputs;
+  links = {EXDEV};
+  reads = {EINTR};
+  EXPECT_EQ(save(outputs), status::kOk) << std::string(outputs.rnp_GetError());
+  dup2(savedInput, STDIN_FILENO);
+  close(savedInput);
+  EXPECT_EQ(readFileText(project), "new project");
+  EXPECT_EQ(readFileText(project + ".bak"), "old project");
+  struct stat info;
+  ASSERT_EQ(stat((project + ".bak").c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 07777, 0640u);
+  EXPECT_EQ(dir.names(), (std::vector<std::string>{"map.pew", "map.pew.bak"}));
+}
+
+// A disk that fails to take the new project or its backup leaves the old
+// project, no backup and no temporary file.
+TEST_F(SavingFaults, FailuresOnTheWayToDiskLeaveTheOldProject) {
+  const struct {
+    std::deque<int> links, writes, syncs;
+    const char* error;
+  } cases[] = {
+      {{}, {}, {EINTR, EIO}, "cannot write the new project to disk: Input/output error"},
+      {{EXDEV}, {ENOSPC}, {}, "cannot keep the old project as "},
+      {{EXDEV}, {}, {0, EIO}, "cannot keep the old project as "},
+  };
+  for (const auto& c : cases) {
+    RenamePackageA outputs;
+    links = c.links, writes = c.writes, syncs = c.syncs;
+    EXPECT_EQ(save(outputs), status::kCannotWrite);
+    EXPECT_NE(std::string(outputs.rnp_GetError()).find(c.error), std::string::npos) << std::string(outputs.rnp_GetError());
+    EXPECT_EQ(readFileText(project), "old project");
+    EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
+  }
+}
+
+}  // namespace
