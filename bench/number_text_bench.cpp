@@ -85,13 +85,14 @@ void writeGridFile(const std::vector<double>& heights) {
   double libraryTime = seconds(start);
 
   start = std::chrono::steady_clock::now();
-  TextWriter writer;
-  writer.create(name);
+  file = std::fopen(name, "w");
+  TextWriter writer(file);
   for (double v : heights) {
     writer.putFixed(v, 2);
     writer.put(' ');
   }
   int error = writer.close();
+  std::fclose(file);
   double ourTime = seconds(start);
   std::size_t bytes = 0;
   char text[64];

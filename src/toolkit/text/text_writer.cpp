@@ -2,49 +2,16 @@
 
 #include <cerrno>
 #include <charconv>
-#include <fcntl.h>
 #include <string>
-#include <unistd.h>
-
-TextWriter::TextWriter() : buffer_(kBufferSize) {}
-
-TextWriter::TextWriter(int fd) : fd_(fd), buffer_(kBufferSize) {}
 
 TextWriter::TextWriter(std::FILE* stream) : stream_(stream), buffer_(kBufferSize) {}
 
 TextWriter::~TextWriter() { close(); }
 
-int TextWriter::create(const char* name) {
-  close();
-  stream_ = nullptr;
-  error_ = 0;
-  fd_ = ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (fd_ < 0) return error_ = errno;
-  ownsFd_ = true;
-  return 0;
-}
-
 void TextWriter::writeOut(const char* data, std::size_t n) {
-  if (error_ != 0 || n == 0) return;
-  if (stream_) {
-    errno = 0;
-    if (std::fwrite(data, 1, n, stream_) != n || std::fflush(stream_) != 0) error_ = errno ? errno : EIO;
-    return;
-  }
-  if (fd_ < 0) {
-    error_ = EBADF;
-    return;
-  }
-  while (n > 0) {
-    ssize_t written = ::write(fd_, data, n);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) {
-      error_ = written < 0 ? errno : EIO;
-      return;
-    }
-    data += written;
-    n -= static_cast<std::size_t>(written);
-  }
+  if (error_ != 0 || !stream_) return;
+  errno = 0;
+  if (std::fwrite(data, 1, n, stream_) != n || std::fflush(stream_) != 0) error_ = errno ? errno : EIO;
 }
 
 int TextWriter::flush() {
@@ -55,11 +22,6 @@ int TextWriter::flush() {
 
 int TextWriter::close() {
   flush();
-  if (ownsFd_) {
-    if (::close(fd_) != 0 && error_ == 0) error_ = errno;
-    ownsFd_ = false;
-  }
-  fd_ = -1;
   stream_ = nullptr;
   return error_;
 }

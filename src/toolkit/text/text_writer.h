@@ -17,22 +17,12 @@ class TextWriter {
  public:
   static constexpr std::size_t kBufferSize = std::size_t{1} << 20;
 
-  // Not attached yet: create() opens a file. Writes before that are dropped
-  // and reported as EBADF.
-  TextWriter();
-  // Writes to an open descriptor, which stays open afterwards.
-  explicit TextWriter(int fd);
-  // Writes through a stdio stream (for example stdout), flushing it at each
-  // flush(); the stream stays open afterwards.
+  // Writes through a stdio stream (a file an export opened, or stdout),
+  // flushing it at each flush(); the stream stays open afterwards.
   explicit TextWriter(std::FILE* stream);
   TextWriter(const TextWriter&) = delete;
   TextWriter& operator=(const TextWriter&) = delete;
-  // Flushes, and closes the file if create() opened it.
   ~TextWriter();
-
-  // Creates (or truncates) the file and writes to it; returns 0 or the errno
-  // of the failure.
-  int create(const char* name);
 
   void put(char c) {
     if (used_ == buffer_.size()) flush();
@@ -61,8 +51,8 @@ class TextWriter {
 
   // Hands everything buffered to the file; returns 0 or the first errno.
   int flush();
-  // Flushes and closes a file that create() opened; returns 0 or the errno
-  // of the first failure.
+  // Flushes and lets go of the stream; returns 0 or the errno of the first
+  // failure.
   int close();
   int error() const { return error_; }
   bool ok() const { return error_ == 0; }
@@ -72,8 +62,6 @@ class TextWriter {
   void putFixedSlow(double value, int precision, int width);
   void writeOut(const char* data, std::size_t n);
 
-  int fd_ = -1;
-  bool ownsFd_ = false;
   std::FILE* stream_ = nullptr;
   int error_ = 0;
   std::vector<char> buffer_;
