@@ -66,6 +66,9 @@ TEST(ElevationExport, WritesLargeGridsInPiecesWithoutLosingAByte) {
   }
   EXPECT_EQ(exportTo(project, dir.file("big.asc"), kElevationAsc).file, asc);
   EXPECT_EQ(exportTo(project, dir.file("big.xyz"), kElevationXyz).file, xyz);
+  // A format the writer does not know fails and leaves no file.
+  EXPECT_EQ(exportTo(project, dir.file("big.grd"), kElevationXyz + 1).result, 1);
+  EXPECT_FALSE(std::filesystem::exists(dir.file("big.grd")));
 }
 
 TEST(HeightText, MatchesPrintfOnAwkwardAndRandomValues) {
