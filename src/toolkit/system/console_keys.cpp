@@ -85,6 +85,8 @@ int readOneByte() {
 int _getch() {
   termios saved;
   if (!isatty(STDIN_FILENO) || tcgetattr(STDIN_FILENO, &saved) != 0) return readOneByte();
+  // After a handled signal the terminal is switched again before reading on:
+  // a stop and continue (Ctrl-Z, fg) may have had the shell reset it.
   for (;;) {
     unsigned char key;
     ssize_t n;
@@ -92,11 +94,10 @@ int _getch() {
     {
       RawTerminal raw(saved);
       n = read(STDIN_FILENO, &key, 1);
-      error = errno;
+      error = n < 0 ? errno : 0;
     }
     if (n == 1) return key;
-    if (n < 0 && error == EINTR) continue;  // a handled signal: read again
-    return EOF;
+    if (error != EINTR) return EOF;  // the end, or the terminal has gone
   }
 }
 

@@ -43,6 +43,10 @@ class TerminalInput {
       if (fd >= 0) close(fd);
   }
   bool ok() const { return saved_ >= 0; }
+  void hangUp() {  // as when the terminal's window is closed
+    close(master_);
+    master_ = -1;
+  }
   void type(const char* keys) { ASSERT_GT(write(master_, keys, std::strlen(keys)), 0); }
   termios settings() const {
     termios t{};
@@ -68,6 +72,46 @@ TEST(ConsoleKeys, TerminalKeyNeedsNoEnterAndSettingsComeBack) {
   EXPECT_TRUE(canonicalWithEcho(terminal.settings()));
 }
 
+// Waits (up to five seconds) until the terminal is switched for a key.
+bool switched(const TerminalInput& terminal) {
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (canonicalWithEcho(terminal.settings()) && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  return !canonicalWithEcho(terminal.settings());
+}
+
+// A handled signal does not end the wait for a key; a terminal that goes
+// away does, as the end of the input.
+TEST(ConsoleKeys, TerminalWaitOutlastsSignalsAndEndsWhenTheTerminalGoes) {
+  for (bool hangUp : {false, true}) {
+    TerminalInput terminal;
+    if (!terminal.ok()) GTEST_SKIP() << "no pseudo-terminal here";
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      terminal.hangUp();  // the child holds only its own side
+      struct sigaction action {};
+      action.sa_handler = [](int) {};  // handled, and reads are not restarted
+      sigaction(SIGUSR1, &action, nullptr);
+      alarm(10);
+      _exit(_getch() & 0xff);
+    }
+    ASSERT_TRUE(switched(terminal)) << "the child never switched the terminal";
+    if (hangUp) {
+      terminal.hangUp();
+    } else {
+      kill(child, SIGUSR1);
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      ASSERT_TRUE(switched(terminal));
+      terminal.type("k");
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status)) << "the child was still waiting";
+    EXPECT_EQ(WEXITSTATUS(status), hangUp ? (EOF & 0xff) : 'k');
+  }
+}
+
 TEST(ConsoleKeys, TerminalSettingsComeBackWhenTheWaitIsKilled) {
   TerminalInput terminal;
   if (!terminal.ok()) GTEST_SKIP() << "no pseudo-terminal here";
@@ -78,10 +122,7 @@ TEST(ConsoleKeys, TerminalSettingsComeBackWhenTheWaitIsKilled) {
     _exit(0);
   }
   // Wait until the child has switched the terminal, then interrupt it.
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-  while (canonicalWithEcho(terminal.settings()) && std::chrono::steady_clock::now() < deadline)
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  ASSERT_FALSE(canonicalWithEcho(terminal.settings())) << "the child never switched the terminal";
+  ASSERT_TRUE(switched(terminal)) << "the child never switched the terminal";
   kill(child, SIGTERM);
   int status = 0;
   waitpid(child, &status, 0);
