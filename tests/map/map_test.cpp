@@ -115,3 +115,22 @@ TEST(Map, FlatAndAveragedGrids) {
       for (std::uint32_t x = 0; x < p.width; ++x) ASSERT_EQ(at(p, x, y), at(p, 0, 0)) << x << "," << y;
   }
 }
+
+// The light comes from the north-west: a slope facing it is lighter than flat
+// ground and one facing away darker, and slopes as steep at the same angle to
+// the light (one rising to the east, one to the south) look the same.
+TEST(Map, SlopesAreShadedByTheirAngleToTheLight) {
+  auto centre = [](std::vector<float> heights) {  // 3 x 3 rows from the south; the peak is 10 in each
+    ElevationGrid grid{3, 3, heights.data()};
+    Picture p = drawRelief(grid, 10);
+    const Rgb c = at(p, 1, 1);
+    return c.r + c.g + c.b;
+  };
+  const int flat = centre({10, 5, 5, 5, 5, 5, 5, 5, 5});
+  const int risingEast = centre({0, 5, 10, 0, 5, 10, 0, 5, 10}), risingSouth = centre({10, 10, 10, 5, 5, 5, 0, 0, 0});
+  const int risingWest = centre({10, 5, 0, 10, 5, 0, 10, 5, 0}), risingNorth = centre({0, 0, 0, 5, 5, 5, 10, 10, 10});
+  EXPECT_GT(risingEast, flat);
+  EXPECT_LT(risingWest, flat);
+  EXPECT_EQ(risingEast, risingSouth);
+  EXPECT_EQ(risingWest, risingNorth);
+}

@@ -85,4 +85,10 @@ TEST(NameIndex, FindsWhatWasInsertedFirst) {
   }
   EXPECT_EQ(index.find("abcd"), nullptr);
   EXPECT_EQ(index.find(std::string("a\0b", 3)), nullptr);
+  // Two names whose hashes share the tag and the first slot stay two names.
+  NameIndex pair;
+  EXPECT_TRUE(pair.insert("tree162618.p3d", 1));
+  EXPECT_EQ(pair.find("tree310707.p3d"), nullptr);
+  EXPECT_TRUE(pair.insert("tree310707.p3d", 2));
+  EXPECT_EQ(*pair.find("tree310707.p3d"), 2u);
 }
