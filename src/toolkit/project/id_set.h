@@ -1,6 +1,8 @@
 // IdSet: a set of 32-bit object IDs kept in one flat open-addressing table,
 // about eight bytes an ID, so that millions of IDs can be checked for
-// repeats in a single pass without a heap node per entry.
+// repeats in a single pass without a heap node per entry. When the range of
+// the IDs is known beforehand and dense (projects number their objects from
+// 1 up), a bitmap over that range takes its place at a bit an ID.
 #pragma once
 
 #include <cstddef>
@@ -11,6 +13,15 @@ class IdSet {
  public:
   // Adds the ID; false when it was already in the set.
   bool insert(std::int32_t id) {
+    if (!bits_.empty() && id >= lowest_ && id <= highest_) {
+      auto bit = static_cast<std::uint64_t>(std::int64_t{id} - lowest_);
+      std::uint64_t& word = bits_[bit >> 6];
+      std::uint64_t mask = std::uint64_t{1} << (bit & 63);
+      if (word & mask) return false;
+      word |= mask;
+      ++count_;
+      return true;
+    }
     auto key = static_cast<std::uint32_t>(id);
     if (key == kEmpty) {
       if (holdsEmptyKey_) return false;
@@ -32,6 +43,9 @@ class IdSet {
   std::size_t size() const { return count_; }
   // Prepares for about `n` IDs so that the table does not grow on the way.
   void reserve(std::size_t n);
+  // Prepares for `n` IDs from `lowest` to `highest`: a bitmap over the range
+  // when it costs no more than the table would, else reserve(n).
+  void reserve(std::size_t n, std::int32_t lowest, std::int32_t highest);
   void clear();
 
  private:
@@ -45,6 +59,8 @@ class IdSet {
   void rehash(std::size_t slotCount);
 
   std::vector<std::uint32_t> slots_;
+  std::vector<std::uint64_t> bits_;  // the bitmap over lowest_..highest_, when in use
+  std::int32_t lowest_ = 0, highest_ = -1;
   unsigned shift_ = 64;
   std::size_t count_ = 0;
   bool holdsEmptyKey_ = false;

@@ -53,6 +53,24 @@ struct ProjectContent {
   std::vector<float>& heights();
   // The heights' bytes, copied out or not.
   const void* heightBytes() const { return heightsCopied_ ? static_cast<const void*>(heights_.data()) : heightsInFile; }
+  // Hands the heights' bytes to `f(bytes, count)` a piece of up to 256 K
+  // heights at a time, row 0 first, without copying them out; `f` returns
+  // false to stop, and so does this. Heights still in the file's bytes have
+  // their memory given back piece by piece (the system keeps the file's
+  // pages cached), so one pass over a large grid holds little of it.
+  template <typename F>
+  bool forEachHeightPiece(F&& f) {
+    constexpr std::size_t kPiece = std::size_t{1} << 18;
+    const std::size_t total = std::size_t{columns} * rows;
+    const auto* bytes = static_cast<const unsigned char*>(heightBytes());
+    for (std::size_t done = 0; done < total;) {
+      std::size_t n = total - done < kPiece ? total - done : kPiece;
+      if (!f(bytes + done * sizeof(float), n)) return false;
+      done += n;
+      if (!heightsCopied_) file.giveBackRange(bytes, done * sizeof(float));
+    }
+    return true;
+  }
   // An empty project with a grid of zero heights, as made from nothing.
   void makeEmpty(std::uint32_t columns, std::uint32_t rows, float spacing);
 

@@ -79,13 +79,17 @@ class Vorlan {
 
   // The whole content, for the world writer and for tests and generators.
   ProjectContent* content() { return content_.get(); }
+  // The content shared: it stays in memory while the holder keeps it, also
+  // after this project is closed or another one is opened (the world writer
+  // writes from it after building).
+  std::shared_ptr<ProjectContent> sharedContent() { return content_; }
   const std::string& fileName() const { return fileName_; }
   void setMessageSink(MessageSink sink) { sink_ = sink; }
 
  private:
   void report(const char* format, ...);
 
-  std::unique_ptr<ProjectContent> content_;
+  std::shared_ptr<ProjectContent> content_;
   PewObjects noObjects_;  // handed out while no project is loaded
   ElevationGrid grid_;
   KelFileIO io_;

@@ -72,3 +72,13 @@ void MappedFile::giveBack(std::size_t upTo) {
   ::madvise(data_ + given_, done - given_, MADV_DONTNEED);
   given_ = done;
 }
+
+void MappedFile::giveBackRange(const void* start, std::size_t n) {
+  if (mappedRoom_ == 0 || !contains(start)) return;
+  const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  auto offset = static_cast<std::size_t>(static_cast<const unsigned char*>(start) - data_);
+  std::size_t end = n < size_ - offset ? offset + n : size_;
+  std::size_t from = (offset + page - 1) / page * page;
+  std::size_t to = end / page * page;
+  if (to > from) ::madvise(data_ + from, to - from, MADV_DONTNEED);
+}

@@ -23,6 +23,10 @@ class MappedFile {
   // The bytes before `upTo` will not be read again: their memory goes back
   // (the file's pages stay cached by the system).
   void giveBack(std::size_t upTo);
+  // The same for the whole pages within the `n` bytes at `start`, anywhere
+  // in the file, for a reader that passes over a part once. Only for bytes
+  // the holder never wrote to: a page given back is read from the file again.
+  void giveBackRange(const void* start, std::size_t n);
   // Lets go of the bytes held.
   void release();
   // Holds a copy of the `size` bytes at `data`.

@@ -1,12 +1,12 @@
 // Building the world from a loaded project, and the writer's bookkeeping.
 #include "world/morvik.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <unordered_map>
 
 #include "project/id_set.h"
 #include "status.h"
@@ -24,11 +24,12 @@ void Morvik::report(const char* format, ...) {
 
 void Morvik::Close() {
   built_ = false;
-  columns_ = rows_ = 0;
+  content_.reset();
+  objectCount_ = 0;
   cellSize_ = 0;
-  std::vector<float>().swap(heights_);
   std::vector<std::string>().swap(names_);
-  std::vector<WorldObject>().swap(objects_);
+  nameOfTemplate_.clear();
+  haveLastTemplate_ = false;
 }
 
 int Morvik::wrp_CreateFromPew(int version, Vorlan* project, MessageSink sink) {
@@ -45,102 +46,116 @@ int Morvik::wrp_CreateFromPew(int version, Vorlan* project, MessageSink sink) {
     report("%s: no project is loaded, so no world can be made\n", src);
     return status::kNoProject;
   }
+  content_ = project->sharedContent();
+  int s = checkGrid();
+  if (s == status::kOk) {
+    report("World 8WVR: terrain grid %u x %u; land grid = terrain grid, cell size %g (the grid spacing)\n",
+           content_->columns, content_->rows, static_cast<double>(cellSize_));
+    report("Surfaces: only the empty surface entry is written and every surface index is 0, because the project's "
+           "surface layers are kept as raw editor data\n");
+    s = addObjects();
+  }
+  if (s != status::kOk) {
+    Close();
+    return s;
+  }
+  built_ = true;
+  report("Objects: %zu\n", objectCount_);
+  return status::kOk;
+}
 
-  const ElevationGrid& grid = *project->pew_get_elevations();
-  if (grid.columns == 0 || grid.rows == 0 || grid.columns > INT32_MAX || grid.rows > INT32_MAX) {
+int Morvik::checkGrid() {
+  const char* src = source_.c_str();
+  const std::uint32_t columns = content_->columns, rows = content_->rows;
+  if (columns == 0 || rows == 0 || columns > INT32_MAX || rows > INT32_MAX) {
     report("%s: the elevation grid of %u x %u points cannot go into a world, which needs 1 to %d columns and rows\n",
-           src, grid.columns, grid.rows, INT32_MAX);
+           src, columns, rows, INT32_MAX);
     return status::kWorldUnsupported;
   }
-  float spacing = project->pew_get_gridsize();
+  float spacing = content_->header.gridSpacing;
   if (!std::isfinite(spacing) || spacing <= 0) {
     report("%s: the grid spacing %g cannot be a world's land cell size, which must be a positive number\n", src,
            static_cast<double>(spacing));
     return status::kWorldUnsupported;
   }
-  std::size_t points = std::size_t{grid.columns} * grid.rows;
-  for (std::size_t i = 0; i < points; ++i) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &grid.heights[i], 4);
-    if (wrp::nonFiniteBits(bits)) {
-      report("%s: the height at column %zu, row %zu is %g; a world holds only finite heights\n", src,
-             i % grid.columns, i / grid.columns, static_cast<double>(grid.heights[i]));
-      return status::kWorldUnsupported;
-    }
-  }
-  columns_ = static_cast<std::int32_t>(grid.columns);
-  rows_ = static_cast<std::int32_t>(grid.rows);
   cellSize_ = spacing;
-  heights_.assign(grid.heights, grid.heights + points);
-  report("World 8WVR: terrain grid %d x %d; land grid = terrain grid, cell size %g (the grid spacing)\n", columns_,
-         rows_, static_cast<double>(cellSize_));
-  report("Surfaces: only the empty surface entry is written and every surface index is 0, because the project's "
-         "surface layers are kept as raw editor data\n");
-
-  if (int s = addObjects(*project)) {
-    Close();
-    return s;
-  }
-  built_ = true;
-  report("Objects: %zu\n", objects_.size());
-  return status::kOk;
+  std::size_t index = 0;
+  bool finite = content_->forEachHeightPiece([&](const unsigned char* bytes, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i, ++index) {
+      std::uint32_t bits;
+      std::memcpy(&bits, bytes + 4 * i, 4);
+      if (wrp::nonFiniteBits(bits)) {
+        float height;
+        std::memcpy(&height, &bits, 4);
+        report("%s: the height at column %zu, row %zu is %g; a world holds only finite heights\n", src,
+               index % columns, index / columns, static_cast<double>(height));
+        return false;
+      }
+    }
+    return true;
+  });
+  return finite ? status::kOk : status::kWorldUnsupported;
 }
 
-int Morvik::addObjects(Vorlan& project) {
+int Morvik::addObjects() {
   const char* src = source_.c_str();
-  PewObjects& list = *project.pew_get_objects();
+  const PewObjects& list = content_->objects;
+  // A first pass for the count and the range of the IDs, which sizes the
+  // set that finds repeated IDs.
   std::size_t count = 0;
-  for (PewObject* o = list.pewobject_GetFirstValid(); o; o = list.pewobject_GetNextValid(o)) ++count;
-  objects_.reserve(count);
+  std::int32_t lowest = INT32_MAX, highest = INT32_MIN;
+  list.forEachSlot([&](const PewObject& o) {
+    if (o.validFlag() == 0) return;
+    ++count;
+    lowest = std::min(lowest, o.objectId());
+    highest = std::max(highest, o.objectId());
+  });
   IdSet ids;
-  ids.reserve(count);
+  ids.reserve(count, lowest, highest);
 
-  // Objects of one template tend to come in runs: remember the last lookup.
-  std::unordered_map<std::uint32_t, std::uint32_t> nameOfTemplate;
-  bool haveLast = false;
-  std::uint32_t lastTemplate = 0, lastName = 0;
-  for (PewObject* o = list.pewobject_GetFirstValid(); o; o = list.pewobject_GetNextValid(o)) {
-    if (!haveLast || o->templateId() != lastTemplate) {
-      auto found = nameOfTemplate.find(o->templateId());
-      if (found == nameOfTemplate.end()) {
-        const PewObjectTemplate* t = project.pew_get_template(static_cast<int>(o->templateId()));
-        if (!t) {
-          report("%s: object %d refers to template %u, which is not in the template table; the world cannot be "
-                 "made\n", src, o->objectId(), o->templateId());
-          return status::kWorldBadObject;
-        }
-        if (t->strModelFilename.IsEmpty()) {
-          report("%s: object %d uses template %u, whose model file name is empty (it would end the world's "
-                 "object list); the world cannot be made\n", src, o->objectId(), o->templateId());
-          return status::kWorldBadObject;
-        }
-        names_.emplace_back(t->strModelFilename.View());
-        found = nameOfTemplate.emplace(o->templateId(), static_cast<std::uint32_t>(names_.size() - 1)).first;
+  int s = status::kOk;
+  list.forEachSlot([&](const PewObject& o) {
+    if (s != status::kOk || o.validFlag() == 0) return;
+    const std::uint32_t templateId = o.templateId();
+    if (nameIndex(templateId) < 0) {
+      const PewObjectTemplate* t = content_->templates.find(templateId);
+      if (!t) {
+        report("%s: object %d refers to template %u, which is not in the template table; the world cannot be "
+               "made\n", src, o.objectId(), templateId);
+        s = status::kWorldBadObject;
+        return;
       }
-      haveLast = true;
-      lastTemplate = o->templateId();
-      lastName = found->second;
+      if (t->strModelFilename.IsEmpty()) {
+        report("%s: object %d uses template %u, whose model file name is empty (it would end the world's "
+               "object list); the world cannot be made\n", src, o.objectId(), templateId);
+        s = status::kWorldBadObject;
+        return;
+      }
+      names_.emplace_back(t->strModelFilename.View());
+      nameOfTemplate_.emplace(templateId, static_cast<std::uint32_t>(names_.size() - 1));
     }
 
-    WorldObject w;
-    std::memcpy(w.transform, o->transform().data(), sizeof w.transform);
+    const unsigned char* transform = o.record() + pew_record::kTransform;
     for (std::size_t i = 0; i < wrp::kTransformFloats; ++i) {
       std::uint32_t bits;
-      std::memcpy(&bits, &w.transform[i], 4);
+      std::memcpy(&bits, transform + 4 * i, 4);
       if (wrp::nonFiniteBits(bits)) {
+        float value;
+        std::memcpy(&value, &bits, 4);
         report("%s: object %d (template %u) has transform value %zu of 12 = %g; a world holds only finite "
-               "transforms\n", src, o->objectId(), o->templateId(), i + 1, static_cast<double>(w.transform[i]));
-        return status::kWorldBadObject;
+               "transforms\n", src, o.objectId(), templateId, i + 1, static_cast<double>(value));
+        s = status::kWorldBadObject;
+        return;
       }
     }
-    if (!ids.insert(o->objectId())) {
+    if (!ids.insert(o.objectId())) {
       report("%s: object ID %d is used by two objects (the second of template %u); a world needs unique object "
-             "IDs\n", src, o->objectId(), o->templateId());
-      return status::kWorldBadObject;
+             "IDs\n", src, o.objectId(), templateId);
+      s = status::kWorldBadObject;
+      return;
     }
-    w.id = o->objectId();
-    w.name = lastName;
-    objects_.push_back(w);
-  }
-  return status::kOk;
+  });
+  objectCount_ = count;
+  objectChanges_ = list.changeCount();
+  return s;
 }

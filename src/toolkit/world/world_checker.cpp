@@ -49,7 +49,8 @@ double floatOf(std::uint32_t bits) {
 
 class WorldChecker {
  public:
-  explicit WorldChecker(ByteSource& in) : in_(in) {}
+  // `mapped` holds the bytes of `in` when they are a mapped file, else null.
+  WorldChecker(ByteSource& in, MappedFile* mapped) : in_(in), mapped_(mapped) {}
 
   bool run() { return header() && heights() && surfaceIndexes() && surfaceTable() && objects(); }
 
@@ -77,6 +78,12 @@ class WorldChecker {
   // Every count is checked against the file's size before it is read, so a
   // shortage here is a fault of this checker, reported rather than read past.
   bool need(std::size_t n) {
+    // The pass never reads back, so a mapped file's memory behind it goes
+    // back a megabyte at a time: a large world is not held whole.
+    if (mapped_ && in_.offset() - givenBack_ >= kChunk) {
+      givenBack_ = in_.offset();
+      mapped_->giveBack(static_cast<std::size_t>(givenBack_));
+    }
     return in_.ensure(n) || fail(status::kCannotOpen, in_.offset(), "the file could not be read to its stated size");
   }
   template <typename T>
@@ -104,6 +111,8 @@ class WorldChecker {
   bool objects();
 
   ByteSource& in_;
+  MappedFile* mapped_;
+  std::uint64_t givenBack_ = 0;
   std::uint64_t indexStart_ = 0;
   std::vector<std::uint64_t> firstIndexAt_;  // per surface index value, where it first appears
 };
@@ -326,7 +335,7 @@ int Morvik::wrp_Open(const char* name, int, MessageSink sink, const unsigned cha
   } else {
     in.openMemory(mapped.data(), mapped.size());
   }
-  WorldChecker check(in);
+  WorldChecker check(in, data ? nullptr : &mapped);
   if (!check.run()) {
     const char* kind = check.status == status::kNotWorld      ? "not an editable world file"
                        : check.status == status::kCannotOpen ? "cannot read the world file"

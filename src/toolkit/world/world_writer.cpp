@@ -43,32 +43,50 @@ void syncFolderOf(const std::string& target) {
 
 }  // namespace
 
-void Morvik::encode(ByteSink& out) const {
+// Streams the world from the project's content: the heights and the object
+// records are read where the store keeps them. False when an object's
+// template was not met by the build (the project changed since).
+bool Morvik::encode(ByteSink& out) const {
+  auto columns = static_cast<std::int32_t>(content_->columns);
+  auto rows = static_cast<std::int32_t>(content_->rows);
   out.write(wrp::kSignature, sizeof wrp::kSignature);
-  out.put(columns_);  // land grid = terrain grid
-  out.put(rows_);
-  out.put(columns_);
-  out.put(rows_);
+  out.put(columns);  // land grid = terrain grid
+  out.put(rows);
+  out.put(columns);
+  out.put(rows);
   out.put(cellSize_);
-  out.write(heights_.data(), heights_.size() * sizeof(float));
-  putZeros(out, std::uint64_t{static_cast<std::uint32_t>(columns_)} * static_cast<std::uint32_t>(rows_) * 2);
+  content_->forEachHeightPiece([&](const unsigned char* bytes, std::size_t count) {
+    out.write(bytes, count * sizeof(float));
+    return true;
+  });
+  putZeros(out, std::uint64_t{content_->columns} * content_->rows * 2);
   out.put(std::int32_t{1});  // the surface table: only entry 0, the empty run
   out.put(std::int32_t{0});
 
   unsigned char record[wrp::kRecordFixedBytes];
-  for (const WorldObject& o : objects_) {
-    const std::string& name = names_[o.name];
+  bool known = true;
+  content_->objects.forEachSlot([&](const PewObject& o) {
+    if (!known || o.validFlag() == 0) return;
+    std::int64_t index = nameIndex(o.templateId());
+    if (index < 0) {
+      known = false;
+      return;
+    }
+    const std::string& name = names_[static_cast<std::size_t>(index)];
     auto length = static_cast<std::int32_t>(name.size());
-    std::memcpy(record, o.transform, 48);
-    std::memcpy(record + 48, &o.id, 4);
+    std::int32_t id = o.objectId();
+    std::memcpy(record, o.record() + pew_record::kTransform, 48);
+    std::memcpy(record + 48, &id, 4);
     std::memcpy(record + 52, &length, 4);
     out.write(record, sizeof record);
     out.write(name.data(), name.size());
-  }
+  });
+  if (!known) return false;
   for (std::size_t i = 0; i < wrp::kTransformFloats; ++i) std::memcpy(record + 4 * i, &wrp::kQuietNaNBits, 4);
   std::memcpy(record + 48, &wrp::kTerminatorId, 4);
   std::memset(record + 52, 0, 4);
   out.write(record, sizeof record);
+  return true;
 }
 
 int Morvik::wrp_Create(const char* name, int version) {
@@ -80,6 +98,10 @@ int Morvik::wrp_Create(const char* name, int version) {
   }
   if (!built_) {
     report("%s: no world has been built, nothing to write\n", file);
+    return status::kNoProject;
+  }
+  if (content_->objects.changeCount() != objectChanges_) {
+    report("%s: the project's objects changed after the world was built; build it again\n", file);
     return status::kNoProject;
   }
   if (target.empty()) {
@@ -106,13 +128,17 @@ int Morvik::wrp_Create(const char* name, int version) {
     return status::kCannotWrite;
   }
   holdTemporary(temporary);  // an interrupt removes it
-  encode(*out);
-  e = out->sync();
+  bool complete = encode(*out);
+  e = complete ? out->sync() : 0;
   int closed = out->close();
   if (e == 0) e = closed;
-  if (e == 0 && ::rename(temporary.c_str(), file) != 0) e = errno;
-  if (e != 0) ::unlink(temporary.c_str());
+  if (complete && e == 0 && ::rename(temporary.c_str(), file) != 0) e = errno;
+  if (!complete || e != 0) ::unlink(temporary.c_str());
   releaseTemporary(temporary);
+  if (!complete) {
+    report("%s: an object's template changed after the world was built; build it again\n", file);
+    return status::kNoProject;
+  }
   if (e != 0) {
     report("%s: cannot write the world file: %s\n", file, std::strerror(e));
     return status::kCannotWrite;
