@@ -11,7 +11,7 @@ std::uint64_t NameIndex::hash(std::string_view key) {
   std::size_t n = key.size();
   for (; n >= 8; p += 8, n -= 8) {
     std::uint64_t w;
-    std::memcpy(&w, p, 8);
+    std::memcpy(&w, p, sizeof w);
     h = (h ^ w) * kMultiplier;
     h ^= h >> 29;
   }

@@ -136,9 +136,10 @@ void ConfigSource::JoinContinuedLines() {
   const std::size_t n = text_.size();
   for (std::size_t p = text_.find('\\'); p != std::string::npos; p = text_.find('\\', p + 1)) {
     std::size_t length = 0;
-    if (p + 1 < n && text_[p + 1] == '\n') {
+    // The string's terminating zero stops both tests at the end of the text.
+    if (text_[p + 1] == '\n') {
       length = 2;
-    } else if (p + 2 < n && text_[p + 1] == '\r' && text_[p + 2] == '\n') {
+    } else if (text_[p + 1] == '\r' && text_[p + 2] == '\n') {
       length = 3;
     }
     if (length == 0) continue;

@@ -246,19 +246,19 @@ bool Decoder::objects() {
     std::size_t left = end - at;
     unsigned char* p = base + at;
     std::uint16_t valid = 0;
-    if (left >= 2) std::memcpy(&valid, p, 2);
+    if (left >= 2) std::memcpy(&valid, p, sizeof valid);
     std::uint32_t nameLength = 0;
-    if (left >= kName) std::memcpy(&nameLength, p + kNameLength, 4);
+    if (left >= kName) std::memcpy(&nameLength, p + kNameLength, sizeof nameLength);
     std::size_t need = left < 2 ? 2 : valid == 0 ? 2 : left < kName ? kName : kFixedBytes + std::size_t{nameLength};
     if (need > left || (valid != 0 && nameLength != 0 && p[kName + nameLength - 1] != 0))
       return badSlot(i, count, at, nameLength);
     list.appendRecord(p);
     if (valid != 0) {
       std::int32_t id;
-      std::memcpy(&id, p + kObjectId, 4);
+      std::memcpy(&id, p + kObjectId, sizeof id);
       list.noteId(id);
       std::uint32_t templateId;
-      std::memcpy(&templateId, p + kName + nameLength + kTemplateId, 4);
+      std::memcpy(&templateId, p + kName + nameLength + kTemplateId, sizeof templateId);
       out_.templates.countObject(templateId);
     }
     at += need;
@@ -278,7 +278,7 @@ bool Decoder::badSlot(std::uint32_t i, std::uint32_t count, std::size_t at, std:
   if (in_.remaining() < 2) return shortage(2);
   if (in_.remaining() < kName) return shortage(kName);
   std::int32_t id;
-  std::memcpy(&id, in_.cursor() + kObjectId, 4);
+  std::memcpy(&id, in_.cursor() + kObjectId, sizeof id);
   if (nameLength != 0) {
     in_.advance(kNameLength);
     std::string slot = block_;

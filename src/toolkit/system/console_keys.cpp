@@ -7,13 +7,14 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <iterator>
 
 #include "system/file_calls.h"
 
 namespace {
 
 constexpr int kRestoreSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-constexpr int kSignalCount = sizeof(kRestoreSignals) / sizeof(kRestoreSignals[0]);
+constexpr int kSignalCount = static_cast<int>(std::size(kRestoreSignals));
 
 // State the signal handler needs; set only while a RawTerminal is alive.
 struct termios savedSettings;

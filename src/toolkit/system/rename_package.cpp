@@ -43,9 +43,9 @@ void syncFolder(const std::string& folder) {
 // may: root any, others a group they belong to), its permissions, and its
 // extended attributes (those this user may set).
 void keepOwnership(int fd, const std::string& old, const struct stat& info) {
-  if (fchown(fd, info.st_uid, info.st_gid) != 0 && fchown(fd, static_cast<uid_t>(-1), info.st_gid) != 0) {
-    // not ours to give away: the file becomes this user's
-  }
+  // Where the owner is not ours to give away, the file becomes this user's,
+  // in the old group if this user belongs to it.
+  if (fchown(fd, info.st_uid, info.st_gid) != 0) (void)fchown(fd, static_cast<uid_t>(-1), info.st_gid);
   fchmod(fd, info.st_mode & 07777);  // after chown, which may clear set-id bits
   ssize_t size = listxattr(old.c_str(), nullptr, 0);
   if (size <= 0) return;

@@ -59,17 +59,18 @@ void installHandlers() {
   }
 }
 
-// True for "<pid>" or "<pid>-<counter>", with the pid in `pid`.
+// True for "<pid>" or "<pid>-<counter>" as this code writes them (no
+// leading zeros), with the pid in `pid`.
 bool parseOwner(const std::string& text, long* pid) {
   const char* start = text.c_str();
   char* end = nullptr;
   if (*start < '1' || *start > '9') return false;
   errno = 0;
   *pid = std::strtol(start, &end, 10);
-  if (errno != 0 || *pid <= 0) return false;
+  if (errno != 0) return false;
   if (*end == '-') {
     const char* counter = end + 1;
-    if (*counter < '0' || *counter > '9') return false;
+    if (*counter < '1' || *counter > '9') return false;
     std::strtol(counter, &end, 10);
   }
   return *end == '\0';

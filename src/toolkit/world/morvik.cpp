@@ -83,10 +83,10 @@ int Morvik::checkGrid() {
   bool finite = content_->forEachHeightPiece([&](const unsigned char* bytes, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i, ++index) {
       std::uint32_t bits;
-      std::memcpy(&bits, bytes + 4 * i, 4);
+      std::memcpy(&bits, bytes + 4 * i, sizeof bits);
       if (wrp::nonFiniteBits(bits)) {
         float height;
-        std::memcpy(&height, &bits, 4);
+        std::memcpy(&height, &bits, sizeof height);
         report("%s: the height at column %zu, row %zu is %g; a world holds only finite heights\n", src,
                index % columns, index / columns, static_cast<double>(height));
         return false;
@@ -138,10 +138,10 @@ int Morvik::addObjects() {
     const unsigned char* transform = o.record() + pew_record::kTransform;
     for (std::size_t i = 0; i < wrp::kTransformFloats; ++i) {
       std::uint32_t bits;
-      std::memcpy(&bits, transform + 4 * i, 4);
+      std::memcpy(&bits, transform + 4 * i, sizeof bits);
       if (wrp::nonFiniteBits(bits)) {
         float value;
-        std::memcpy(&value, &bits, 4);
+        std::memcpy(&value, &bits, sizeof value);
         report("%s: object %d (template %u) has transform value %zu of 12 = %g; a world holds only finite "
                "transforms\n", src, o.objectId(), templateId, i + 1, static_cast<double>(value));
         s = status::kWorldBadObject;

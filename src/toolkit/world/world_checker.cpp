@@ -43,7 +43,7 @@ std::string printable(const unsigned char* bytes) {
 
 double floatOf(std::uint32_t bits) {
   float f;
-  std::memcpy(&f, &bits, 4);
+  std::memcpy(&f, &bits, sizeof f);
   return static_cast<double>(f);
 }
 
@@ -122,7 +122,7 @@ bool WorldChecker::header() {
   unsigned char signature[4];
   if (size >= 4) {
     if (!need(4)) return false;
-    std::memcpy(signature, in_.cursor(), 4);
+    std::memcpy(signature, in_.cursor(), sizeof signature);
     in_.advance(4);
     if (std::memcmp(signature, wrp::kSignature, 4) != 0) {
       std::string seen = printable(signature);
@@ -181,7 +181,7 @@ bool WorldChecker::heights() {
     const unsigned char* p = in_.cursor();
     for (std::size_t i = 0; i < count; ++i) {
       std::uint32_t bits;
-      std::memcpy(&bits, p + 4 * i, 4);
+      std::memcpy(&bits, p + 4 * i, sizeof bits);
       if (wrp::nonFiniteBits(bits)) {
         std::uint64_t n = index + i;
         return fail(status::kDamagedWorld, in_.offset() + 4 * i,
@@ -208,7 +208,7 @@ bool WorldChecker::surfaceIndexes() {
     std::uint64_t base = in_.offset();
     for (std::size_t i = 0; i < count; ++i) {
       std::uint16_t v;
-      std::memcpy(&v, p + 2 * i, 2);
+      std::memcpy(&v, p + 2 * i, sizeof v);
       if (firstIndexAt_[v] == kNone) firstIndexAt_[v] = base + 2 * i;
     }
     in_.advance(count * 2);
@@ -286,8 +286,8 @@ bool WorldChecker::objects() {
     std::memcpy(record, in_.cursor(), sizeof record);
     in_.advance(sizeof record);
     std::int32_t id, n;
-    std::memcpy(&id, record + 48, 4);
-    std::memcpy(&n, record + 52, 4);
+    std::memcpy(&id, record + 48, sizeof id);
+    std::memcpy(&n, record + 52, sizeof n);
 
     if (n == 0) {  // the closing record; its transform and ID mean nothing
       if (in_.remaining() > 0)
@@ -299,7 +299,7 @@ bool WorldChecker::objects() {
     std::uint64_t number = objectCount + 1;
     for (std::size_t i = 0; i < wrp::kTransformFloats; ++i) {
       std::uint32_t bits;
-      std::memcpy(&bits, record + 4 * i, 4);
+      std::memcpy(&bits, record + 4 * i, sizeof bits);
       if (wrp::nonFiniteBits(bits))
         return fail(status::kDamagedWorld, at + 4 * i,
                     format("transform value %zu of object %d (record %" PRIu64 ") is %g, not a finite number",

@@ -76,8 +76,8 @@ bool Morvik::encode(ByteSink& out) const {
     auto length = static_cast<std::int32_t>(name.size());
     std::int32_t id = o.objectId();
     std::memcpy(record, o.record() + pew_record::kTransform, 48);
-    std::memcpy(record + 48, &id, 4);
-    std::memcpy(record + 52, &length, 4);
+    std::memcpy(record + 48, &id, sizeof id);
+    std::memcpy(record + 52, &length, sizeof length);
     out.write(record, sizeof record);
     out.write(name.data(), name.size());
   });

@@ -24,6 +24,7 @@ namespace {
 // call for one byte only; calls past the script behave normally.
 constexpr int kShort = -1;
 std::deque<int> writes, reads, syncs, links;
+int folderSyncs = 0;  // fsync calls on folders that succeeded
 
 int next(std::deque<int>& script) {
   if (script.empty()) return 0;
@@ -56,7 +57,12 @@ ssize_t __wrap_read(int fd, void* data, size_t size) {
 }
 int __wrap_fsync(int fd) {
   int outcome = next(syncs);
-  if (outcome == 0 || outcome == kShort) return __real_fsync(fd);
+  if (outcome == 0 || outcome == kShort) {
+    struct stat info;
+    int result = __real_fsync(fd);
+    if (result == 0 && fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) ++folderSyncs;
+    return result;
+  }
   errno = outcome;
   return -1;
 }
@@ -168,15 +174,18 @@ class SavingFaults : public FileFaults {
 };
 
 // Where the file system makes no hard links, the backup is a copy with the
-// old file's permissions; standard input is closed, as in scripts started
-// without one, so the copy's files may get its descriptor.
+// old file's permissions, and the folder is synced so the renames last.
+// Standard input is closed, as in scripts started without one, so the
+// files and the folder opened may get its descriptor.
 TEST_F(SavingFaults, BackupIsCopiedWhereLinksCannotBeMade) {
   int savedInput = dup(STDIN_FILENO);
   close(STDIN_FILENO);
   RenamePackageA outputs;
   links = {EXDEV};
   reads = {EINTR};
+  folderSyncs = 0;
   EXPECT_EQ(save(outputs), status::kOk) << std::string(outputs.rnp_GetError());
+  EXPECT_EQ(folderSyncs, 1);
   dup2(savedInput, STDIN_FILENO);
   close(savedInput);
   EXPECT_EQ(readFileText(project), "new project");

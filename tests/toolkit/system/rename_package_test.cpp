@@ -178,12 +178,14 @@ TEST_F(RenamePackageTest, SuccessfulCloseRemovesTemporariesOfEndedRunsOnly) {
   std::string dead = std::to_string(endedProcess());
   std::string alive = std::to_string(getppid());
   const std::vector<std::string> stale = {".map.pew.tmp-" + dead, ".map.pew.tmp-" + dead + "-2",
+                                          ".map.pew.tmp-" + dead + "-9", ".map.pew.tmp-" + dead + "-10",
                                           ".map.pew.bak.tmp-" + dead};
   const std::vector<std::string> kept = {
       ".map.pew.tmp-" + alive,      // its process still runs
       ".other.pew.tmp-" + dead,     // another project's
       ".map.pew.tmp-" + dead + "x", // not a name this code makes
       ".map.pew.tmp-0" + dead,
+      ".map.pew.tmp-" + dead + "-0",
       ".map.pew.tmp-",
       "map.pew.tmp-" + dead,
   };
