@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "text/ascii_case.h"
 #include "text/gen_string.h"
 #include "text/number_text.h"
 
@@ -11,10 +12,7 @@ namespace {
 
 bool sameStartIgnoringCase(const char* line, const char* key) {
   for (; *key; ++line, ++key) {
-    char a = *line, b = *key;
-    if (a >= 'A' && a <= 'Z') a = static_cast<char>(a - 'A' + 'a');
-    if (b >= 'A' && b <= 'Z') b = static_cast<char>(b - 'A' + 'a');
-    if (a != b) return false;  // also at the line's end, where a is '\0'
+    if (foldAscii(*line) != foldAscii(*key)) return false;  // also at the line's end, where *line is '\0'
   }
   return true;
 }

@@ -9,9 +9,10 @@
 
 #include "driver/console.h"
 #include "driver/save_project.h"
-#include "system/file_string.h"
 #include "line_reader.h"
 #include "name_index.h"
+#include "system/file_string.h"
+#include "text/ascii_case.h"
 #include "text/number_text.h"
 #include "text/utf_convertors.h"
 
@@ -90,11 +91,7 @@ std::string modelFileName(std::string_view raw) {
 // Model file names with ASCII letters in lower case: names that
 // GenString::Compare(name, false) finds equal get the same key.
 std::string foldedName(std::string_view name) {
-  std::string key(name);
-  for (char& c : key) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return key;
+  return foldedAscii(name);
 }
 
 // The template of each model, as a walk of the table from its first template

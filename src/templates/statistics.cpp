@@ -3,6 +3,8 @@
 #include <string>
 #include <unordered_map>
 
+#include "text/ascii_case.h"
+
 StatisticsCounters statistics;
 
 namespace {
@@ -10,10 +12,7 @@ namespace {
 // Model file names compare as GenString::Compare(..., false) does: ASCII
 // letters without regard to case.
 std::string foldedName(const GenString& name) {
-  std::string key(name.View());
-  for (char& c : key)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return key;
+  return foldedAscii(name.View());
 }
 
 void countObjects(Vorlan& project) {

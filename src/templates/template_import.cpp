@@ -6,6 +6,7 @@
 
 #include "driver/console.h"
 #include "driver/save_project.h"
+#include "text/ascii_case.h"
 #include "text/utf_convertors.h"
 
 namespace {
@@ -16,10 +17,7 @@ namespace {
 // library class instead of a walk over the whole table.
 std::string foldedModelName(const char* name) {
   std::string key(name ? name : "");
-  for (char& c : key) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    else if (c == '/') c = '\\';
-  }
+  for (char& c : key) c = c == '/' ? '\\' : foldAscii(c);
   return key;
 }
 

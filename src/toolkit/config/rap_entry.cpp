@@ -2,6 +2,8 @@
 
 #include <climits>
 
+#include "text/ascii_case.h"
+
 namespace {
 
 // Base chains are acyclic by construction; the bound only keeps a lookup
@@ -14,12 +16,7 @@ bool SameName(const GenString& a, std::string_view b) {
   if (a.Length() != b.size()) return false;
   const char* p = a.Get();
   for (std::size_t i = 0; i < b.size(); ++i) {
-    char x = p[i];
-    char y = b[i];
-    if (x == y) continue;
-    if (x >= 'A' && x <= 'Z') x = static_cast<char>(x - 'A' + 'a');
-    if (y >= 'A' && y <= 'Z') y = static_cast<char>(y - 'A' + 'a');
-    if (x != y) return false;
+    if (foldAscii(p[i]) != foldAscii(b[i])) return false;
   }
   return true;
 }
@@ -27,11 +24,7 @@ bool SameName(const GenString& a, std::string_view b) {
 }  // namespace
 
 std::string FoldConfigName(std::string_view name) {
-  std::string folded(name);
-  for (char& c : folded) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return folded;
+  return foldedAscii(name);
 }
 
 rap_entry* rap_entry::FindOwn(std::string_view name) {

@@ -10,6 +10,7 @@
 
 #include "system/buffered_file.h"
 #include "system/input_file.h"
+#include "text/ascii_case.h"
 #include "text/utf_convertors.h"
 
 namespace {
@@ -43,10 +44,7 @@ std::string_view withoutDot(const char* ext) {
 bool sameIgnoringAsciiCase(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
   for (std::size_t i = 0; i < a.size(); ++i) {
-    unsigned char x = static_cast<unsigned char>(a[i]), y = static_cast<unsigned char>(b[i]);
-    if (x >= 'A' && x <= 'Z') x = static_cast<unsigned char>(x - 'A' + 'a');
-    if (y >= 'A' && y <= 'Z') y = static_cast<unsigned char>(y - 'A' + 'a');
-    if (x != y) return false;
+    if (foldAscii(a[i]) != foldAscii(b[i])) return false;
   }
   return true;
 }

@@ -7,11 +7,12 @@
 #include <cerrno>
 #include <cstring>
 
+#include "text/ascii_case.h"
+
 namespace {
 
 unsigned char fold(char c) {
-  auto u = static_cast<unsigned char>(c);
-  return (u >= 'A' && u <= 'Z') ? static_cast<unsigned char>(u - 'A' + 'a') : u;
+  return static_cast<unsigned char>(foldAscii(c));
 }
 
 bool matchFrom(const char* pattern, const char* name) {

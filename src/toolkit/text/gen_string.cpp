@@ -1,4 +1,5 @@
 #include "text/gen_string.h"
+#include "text/ascii_case.h"
 #include "text/vector3.h"
 
 #include <charconv>
@@ -66,7 +67,7 @@ void GenString::SetStoredBare(bool bare) {
 }
 
 static unsigned char FoldAscii(unsigned char c) {
-  return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c - 'A' + 'a') : c;
+  return static_cast<unsigned char>(foldAscii(static_cast<char>(c)));
 }
 
 bool GenString::Compare(const char* text, bool caseSensitive) const {

@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+#include "text/ascii_case.h"
+
 namespace utfConvertors {
 namespace {
 
@@ -32,8 +34,7 @@ Target targetOf(const char* charset) {
   for (const char* p = charset ? charset : ""; *p; ++p) {
     char c = *p;
     if (c == '-' || c == '_' || c == ' ') continue;
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    name += c;
+    name += foldAscii(c);
   }
   if (name == "iso88591" || name == "latin1") return Target::Latin1;
   if (name == "iso885915" || name == "latin9") return Target::Latin9;
