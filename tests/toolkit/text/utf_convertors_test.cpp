@@ -25,14 +25,20 @@ TEST(UtfConvertors, ConsoleConversionByCharset) {
 
 TEST(UtfConvertors, ValidationAndWideText) {
   auto valid = [](const std::string& s) { return is_valid_utf8(s.data(), s.size()); };
-  EXPECT_TRUE(valid("") && valid("\xf0\x9f\x98\x80"));
+  // The first and last code points of each length, and around the surrogates.
+  for (const char* good : {"", "\x7f", "\xc2\x80", "\xdf\xbf", "\xe0\xa0\x80", "\xed\x9f\xbf", "\xee\x80\x80",
+                           "\xef\xbf\xbf", "\xf0\x90\x80\x80", "\xf4\x8f\xbf\xbf"})
+    EXPECT_TRUE(valid(good)) << good;
   // Overlong, a surrogate, above U+10FFFF, cut short, a lone continuation.
-  for (const char* bad : {"\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xe2\x82", "\x80"}) EXPECT_FALSE(valid(bad));
+  for (const char* bad : {"\xc0\xaf", "\xc1\xbf", "\xe0\x9f\xbf", "\xf0\x8f\xbf\xbf", "\xed\xa0\x80", "\xed\xbf\xbf",
+                          "\xf4\x90\x80\x80", "\xf5\x80\x80\x80", "\xe2\x82", "\x80", "\xff"})
+    EXPECT_FALSE(valid(bad)) << bad;
   EXPECT_EQ(sbcs_to_unicode("A\x80\xe9\x81\x9f", -1), std::wstring(L"A\u20ac\u00e9\u0081\u0178"));
   EXPECT_EQ(sbcs_to_unicode("abc", 1), L"a");
   EXPECT_EQ(sbcs_to_unicode(nullptr, -1), L"");
   EXPECT_EQ(sbcs_to_utf8("\x80\xff", 2), "\xe2\x82\xac\xc3\xbf");
-  EXPECT_EQ(unicode_to_utf8(L"a\u00e9\u20ac\U0001F600"), "a\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80");
+  EXPECT_EQ(unicode_to_utf8(L"\u007f\u0080\u07ff\u0800\ud7ff\ue000\uffff\U00010000\U0010FFFF"),
+            "\x7f\xc2\x80\xdf\xbf\xe0\xa0\x80\xed\x9f\xbf\xee\x80\x80\xef\xbf\xbf\xf0\x90\x80\x80\xf4\x8f\xbf\xbf");
   const wchar_t bad[] = {0xD800, static_cast<wchar_t>(0x110000), 0};
   EXPECT_EQ(unicode_to_utf8(bad), "\xef\xbf\xbd\xef\xbf\xbd");
   EXPECT_EQ(unicode_to_utf8(nullptr), "");
