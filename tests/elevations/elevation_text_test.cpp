@@ -99,15 +99,18 @@ std::string read(const std::string& file, const std::function<void(ElevationText
 }  // namespace
 
 TEST(HeaderLines, LongLinesAreCutButPassedOverWholeAndNoReadPassesTheEnd) {
-  std::string longLine = "ncols 5" + std::string(5000, ' ') + "tail";
+  const std::size_t max = ElevationText::kHeaderLineMax;
   std::optional<long> columns, rows;
-  std::string printed = read(longLine + "\r\nnrows 6\r\n", [&](ElevationText& t) {
-    columns = t.readHeaderInt("ncols ");
-    rows = t.readHeaderInt("nrows ");
-  });
-  EXPECT_EQ(columns, 5);
-  EXPECT_EQ(rows, 6);
-  EXPECT_EQ(printed, longLine.substr(0, ElevationText::kHeaderLineMax) + "nrows 6");
+  for (std::size_t length : {max, max + 1, max + 2, std::size_t{5000}}) {  // the line's length
+    std::string longLine = "ncols 5" + std::string(length - 11, ' ') + "tail";
+    std::string printed = read(longLine + "\r\nnrows 6\r\n", [&](ElevationText& t) {
+      columns = t.readHeaderInt("ncols ");
+      rows = t.readHeaderInt("nrows ");
+    });
+    EXPECT_EQ(columns, 5);
+    EXPECT_EQ(rows, 6);
+    EXPECT_EQ(printed, longLine.substr(0, max) + "nrows 6") << length;
+  }
   // A carriage return as the very last byte: nothing runs past the end.
   bool atEnd = false;
   read("ncols 2\r", [&](ElevationText& t) {
