@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -40,8 +41,8 @@ bool skipField(const char*& at, const char* end, char sep) {
 bool splitName(const char* line, const char* end, std::string_view& name, char& sep, const char*& values) {
   const char* at;
   if (line < end && *line == '"') {
-    const char* close = static_cast<const char*>(std::memchr(line + 1, '"', static_cast<std::size_t>(end - line - 1)));
-    if (!close) return false;
+    const char* close = std::find(line + 1, end, '"');
+    if (close == end) return false;
     name = std::string_view(line + 1, static_cast<std::size_t>(close - line - 1));
     at = close + 1;
     while (at < end && !isPunct(static_cast<unsigned char>(*at))) ++at;

@@ -163,7 +163,7 @@ std::size_t ConfigSource::OriginalOffset(std::size_t offset) const {
   return offset + std::prev(after)->removed;
 }
 
-void ConfigSource::Locate(std::size_t offset, int* line, int* column) const {
+ConfigSource::Place ConfigSource::Locate(std::size_t offset) const {
   const std::string& layout = original_.empty() ? text_ : original_;
   if (lineStarts_.empty()) {
     // Made once: messages and entry places are looked up many times.
@@ -173,20 +173,14 @@ void ConfigSource::Locate(std::size_t offset, int* line, int* column) const {
   }
   std::size_t at = std::min(OriginalOffset(offset), layout.size());
   auto next = std::upper_bound(lineStarts_.begin(), lineStarts_.end(), at);
-  *line = static_cast<int>(next - lineStarts_.begin());
-  *column = static_cast<int>(at - *std::prev(next)) + 1;
+  return {static_cast<int>(next - lineStarts_.begin()), static_cast<int>(at - *std::prev(next)) + 1};
 }
 
 std::string ConfigSource::Describe(std::size_t offset) const {
-  int line = 0;
-  int column = 0;
-  Locate(offset, &line, &column);
-  return path_ + ":" + std::to_string(line) + ":" + std::to_string(column);
+  const Place place = Locate(offset);
+  return path_ + ":" + std::to_string(place.line) + ":" + std::to_string(place.column);
 }
 
 int ConfigSource::LineOf(std::size_t offset) const {
-  int line = 0;
-  int column = 0;
-  Locate(offset, &line, &column);
-  return line;
+  return Locate(offset).line;
 }

@@ -33,7 +33,11 @@ class ConfigSource {
   // columns in bytes.
   std::string Describe(std::size_t offset) const;
   int LineOf(std::size_t offset) const;
-  void LineAndColumn(std::size_t offset, int* line, int* column) const { Locate(offset, line, column); }
+  void LineAndColumn(std::size_t offset, int* line, int* column) const {
+    const Place place = Locate(offset);
+    *line = place.line;
+    *column = place.column;
+  }
 
  private:
   struct Splice {
@@ -47,7 +51,10 @@ class ConfigSource {
   void MarkCarriageReturnLineEnds();
   void JoinContinuedLines();
   std::size_t OriginalOffset(std::size_t offset) const;
-  void Locate(std::size_t offset, int* line, int* column) const;
+  struct Place {
+    int line, column;
+  };
+  Place Locate(std::size_t offset) const;
 
   std::string path_;
   std::string text_;

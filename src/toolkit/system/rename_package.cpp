@@ -139,7 +139,7 @@ int RenamePackageA::rnp_BuildOutputs(int backup, const char* path, const char* e
   backupName_ = final_ + ".bak";
   backup_ = backup != 0;
   named_ = pending_ = true;
-  return 1;
+  return named_;
 }
 
 const char* RenamePackageA::rnp_GetFileName(int index) const {

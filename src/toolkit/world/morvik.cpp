@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "project/id_set.h"
 #include "status.h"
@@ -67,7 +68,7 @@ int Morvik::wrp_CreateFromPew(int version, Vorlan* project, MessageSink sink) {
 int Morvik::checkGrid() {
   const char* src = source_.c_str();
   const std::uint32_t columns = content_->columns, rows = content_->rows;
-  if (columns == 0 || rows == 0 || columns > INT32_MAX || rows > INT32_MAX) {
+  if (columns == 0 || rows == 0 || !std::in_range<std::int32_t>(columns) || !std::in_range<std::int32_t>(rows)) {
     report("%s: the elevation grid of %u x %u points cannot go into a world, which needs 1 to %d columns and rows\n",
            src, columns, rows, INT32_MAX);
     return status::kWorldUnsupported;
