@@ -14,6 +14,7 @@
 
 #include "status.h"
 #include "system/byte_sink.h"
+#include "system/export_file.h"
 #include "system/file_calls.h"
 #include "system/rename_package.h"
 #include "temp_dir.h"
@@ -215,6 +216,29 @@ TEST_F(SavingFaults, FailuresOnTheWayToDiskLeaveTheOldProject) {
     EXPECT_EQ(readFileText(project), "old project");
     EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
   }
+}
+
+// An export replaces the old file only once its text is on disk, and makes
+// the rename last; a failed sync keeps the old file. Standard input is
+// closed, so the export's file may get its descriptor.
+TEST_F(FileFaults, ExportReplacesTheOldFileOnlyWhenItsTextIsOnDisk) {
+  const std::string name = dir.file("objects.txt");
+  writeFileText(name, "old text");
+  int savedInput = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  for (int failure : {EIO, 0}) {
+    ExportFile file;
+    ASSERT_EQ(file.open(name.c_str(), dir.file("map.pew").c_str()), ExportFile::OpenResult::Opened);
+    std::fputs("new text", file.stream());
+    syncs = {failure};
+    folderSyncs = 0;
+    EXPECT_EQ(file.finish(true), failure);
+    EXPECT_EQ(readFileText(name), failure ? "old text" : "new text");
+    EXPECT_EQ(folderSyncs, failure ? 0 : 1);
+    EXPECT_EQ(dir.names(), std::vector<std::string>{"objects.txt"});
+  }
+  dup2(savedInput, STDIN_FILENO);
+  close(savedInput);
 }
 
 }  // namespace

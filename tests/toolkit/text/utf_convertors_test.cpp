@@ -5,7 +5,7 @@
 using namespace utfConvertors;
 
 TEST(UtfConvertors, ConsoleConversionByCharset) {
-  const char* text = "caf\xc3\xa9 \xe2\x82\xac \xc5\xa0 \xc2\xa4";  // café € Š ¤
+  const char* text = "caf\xc3\xa9 \xe2\x82\xac \xc5\xa0 \xc2\xa4\xc3\xbf\xc4\x80";  // café € Š ¤ÿĀ
   struct {
     const char* text;
     const char* charset;
@@ -13,8 +13,8 @@ TEST(UtfConvertors, ConsoleConversionByCharset) {
   } const cases[] = {
       {text, "UTF-8", text}, {text, "utf8", text}, {text, "ANSI_X3.4-1968", text},
       {text, "KOI8-R", text},  // a set we do not write: left alone
-      {text, "ISO-8859-1", "caf\xe9 ? ? \xa4"}, {text, "ISO-8859-15", "caf\xe9 \xa4 \xa6 ?"},
-      {text, "CP1252", "caf\xe9 \x80 \x8a \xa4"}, {text, "windows-1252", "caf\xe9 \x80 \x8a \xa4"},
+      {text, "ISO-8859-1", "caf\xe9 ? ? \xa4\xff?"}, {text, "ISO-8859-15", "caf\xe9 \xa4 \xa6 ?\xff?"},
+      {text, "CP1252", "caf\xe9 \x80 \x8a \xa4\xff?"}, {text, "windows-1252", "caf\xe9 \x80 \x8a \xa4\xff?"},
       {"caf\xe9", "ISO-8859-1", "caf\xe9"},  // not UTF-8: unchanged
       {nullptr, "ISO-8859-1", ""},
   };
