@@ -204,4 +204,22 @@ TEST(TemplateImport, LibraryFarTooLarge) {
   EXPECT_EQ(run.bytes(), before);
 }
 
+// The import itself refuses a project that holds no data (the program
+// always opens one first).
+TEST(TemplateImport, ProjectWithoutDataStopsTheImport) {
+  TempDir dir;
+  writeFileText(dir.file("lib.txt"), library(" class B { strModelFilename=\"b.p3d\"; };\r\n"));
+  Vorlan empty;  // nothing loaded
+  Tovisk reader;
+  runOptions.yes = 1;
+  projectPath.Set(dir.file("map.pew"));
+  StreamCapture out(stdout), err(stderr);
+  int status = importTemplates(empty, reader, dir.file("lib.txt").c_str(), true);
+  std::string errText = err.finish();
+  runOptions.yes = 0;
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(errText, "No Pew Data available\n");
+  EXPECT_EQ(out.finish(), "Importing Templates from " + dir.file("lib.txt") + "\nadding template objects.......\n");
+}
+
 }  // namespace
