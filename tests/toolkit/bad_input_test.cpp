@@ -171,7 +171,7 @@ TEST(BadInput, WorldChecker) {
       {cut(good, good.size() - 56), status::kDamagedWorld, "without the closing record"},
       {withText(good, 0, "4WVR"), status::kNotWorld, "w.wrp: not an editable world file at byte 0: signature \"4WVR\": an editable world of version 4 (4WVR); only the editable form 8WVR is read"},
       {withText(good, 0, "OPRW"), status::kNotWorld, "signature \"OPRW\": a packed world (OPRW)"},
-      {WorldBytes().text("OPRW").i32(1).bytes, status::kNotWorld, "a packed world"},
+      {WorldBytes().text("OPRW").bytes, status::kNotWorld, "a packed world"},  // nothing but the signature
       {withText(good, 0, "8WV\x01"), status::kNotWorld, "\"8WV\\x01\" is not a world's; only the editable form 8WVR is read"},
       {sampleProject().bytes(), status::kNotWorld, "signature \"POSE\" is not a world's"},
       {garbage(5000, 3), status::kNotWorld, "is not a world's"},

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdarg>
 #include <deque>
 #include <string>
 
@@ -21,10 +22,11 @@
 
 namespace {
 
-// What the next calls return: an errno to fail with, or kShort to do the
-// call for one byte only; calls past the script behave normally.
-constexpr int kShort = -1;
-std::deque<int> writes, reads, syncs, links;
+// What the next calls return: an errno to fail with, kShort to do the call
+// for one byte only, or (for open) kNotZero to have descriptor 0 taken
+// while the call runs; calls past the script behave normally.
+constexpr int kShort = -1, kNotZero = -2;
+std::deque<int> writes, reads, syncs, links, opens;
 int folderSyncs = 0;  // fsync calls on folders that succeeded
 
 int next(std::deque<int>& script) {
@@ -38,6 +40,7 @@ int next(std::deque<int>& script) {
 
 extern "C" {
 ssize_t __real_write(int, const void*, size_t);
+int __real_open(const char*, int, ...);
 ssize_t __real_read(int, void*, size_t);
 int __real_fsync(int);
 int __real_link(const char*, const char*);
@@ -67,6 +70,25 @@ int __wrap_fsync(int fd) {
   errno = outcome;
   return -1;
 }
+int __wrap_open(const char* path, int flags, ...) {
+  mode_t mode = 0;
+  if (flags & O_CREAT) {
+    va_list rest;
+    va_start(rest, flags);
+    mode = static_cast<mode_t>(va_arg(rest, int));
+    va_end(rest);
+  }
+  int outcome = next(opens);
+  if (outcome > 0) {
+    errno = outcome;
+    return -1;
+  }
+  bool hold = outcome == kNotZero && fcntl(STDIN_FILENO, F_GETFD) == -1;
+  if (hold) __real_open("/dev/null", O_RDONLY);  // the lowest free descriptor: 0
+  int fd = __real_open(path, flags, mode);
+  if (hold) close(STDIN_FILENO);
+  return fd;
+}
 int __wrap_link(const char* from, const char* to) {
   int outcome = next(links);
   if (outcome == 0) return __real_link(from, to);
@@ -80,8 +102,9 @@ namespace {
 class FileFaults : public ::testing::Test {
  protected:
   void TearDown() override {
-    EXPECT_TRUE(writes.empty() && reads.empty() && syncs.empty() && links.empty()) << "a scripted call never came";
-    writes.clear(), reads.clear(), syncs.clear(), links.clear();
+    EXPECT_TRUE(writes.empty() && reads.empty() && syncs.empty() && links.empty() && opens.empty())
+        << "a scripted call never came";
+    writes.clear(), reads.clear(), syncs.clear(), links.clear(), opens.clear();
   }
   TempDir dir;
 };
@@ -176,14 +199,15 @@ class SavingFaults : public FileFaults {
 
 // Where the file system makes no hard links, the backup is a copy with the
 // old file's permissions, and the folder is synced so the renames last.
-// Standard input is closed, as in scripts started without one, so the
-// files and the folder opened may get its descriptor.
+// Standard input is closed, as in scripts started without one, so the files
+// and the folder opened may get its descriptor: the copy, then the folder.
 TEST_F(SavingFaults, BackupIsCopiedWhereLinksCannotBeMade) {
   int savedInput = dup(STDIN_FILENO);
   close(STDIN_FILENO);
   RenamePackageA outputs;
   links = {EXDEV};
   reads = {EINTR};
+  opens = {0, kNotZero};  // the new project, then the old one for copying
   folderSyncs = 0;
   EXPECT_EQ(save(outputs), status::kOk) << std::string(outputs.rnp_GetError());
   EXPECT_EQ(folderSyncs, 1);
@@ -203,14 +227,17 @@ TEST_F(SavingFaults, FailuresOnTheWayToDiskLeaveTheOldProject) {
   const struct {
     std::deque<int> links, writes, syncs;
     const char* error;
+    std::deque<int> opens = {};
   } cases[] = {
       {{}, {}, {EINTR, EIO}, "cannot write the new project to disk: Input/output error"},
       {{EXDEV}, {ENOSPC}, {}, "cannot keep the old project as "},
       {{EXDEV}, {}, {0, EIO}, "cannot keep the old project as "},
+      {{EXDEV}, {}, {}, "cannot keep the old project as ", {0, EACCES}},
+      {{EXDEV}, {}, {}, "cannot keep the old project as ", {0, 0, ENOSPC}},
   };
   for (const auto& c : cases) {
     RenamePackageA outputs;
-    links = c.links, writes = c.writes, syncs = c.syncs;
+    links = c.links, writes = c.writes, syncs = c.syncs, ::opens = c.opens;
     EXPECT_EQ(save(outputs), status::kCannotWrite);
     EXPECT_NE(std::string(outputs.rnp_GetError()).find(c.error), std::string::npos) << std::string(outputs.rnp_GetError());
     EXPECT_EQ(readFileText(project), "old project");
