@@ -111,6 +111,13 @@ TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
   EXPECT_EQ(filled.size(), 200000u);
   EXPECT_EQ(*filled.begin(), 5);
   EXPECT_EQ(*filled.rbegin(), 200004);
+  // The lowest free ID may be 0.
+  ProjectFixture noZero = withObjects(2, 0);
+  noZero.objects[0].id = INT_MAX;
+  noZero.objects[1].id = 1;
+  Vorlan third;
+  load(third, noZero);
+  EXPECT_EQ(third.pew_get_objects()->AddPewObject()->objectId(), 0);
 }
 
 TEST(TemplateTable, EmptyTableNewTemplatesAndNoProject) {

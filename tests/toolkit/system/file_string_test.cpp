@@ -18,6 +18,8 @@ TEST(CString8, FormatGrowsToFitAndNullFormatGivesEmpty) {
   std::string big(3000, 'z');
   EXPECT_STREQ(s.Format("%s/%d/%.2f", big.c_str(), -4, 1.5), (big + "/-4/1.50").c_str());
   EXPECT_EQ(s.Length(), big.size() + 8);
+  EXPECT_STREQ(s.Format("%c", 'x'), "x");
+  EXPECT_STREQ(s.Format("%s", ""), "");
   EXPECT_STREQ(s.Format(nullptr), "");
 }
 
