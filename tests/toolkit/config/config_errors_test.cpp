@@ -27,6 +27,16 @@ TEST(ConfigErrors, BoundsStopTextsThatWouldExhaustTheReader) {
   shortExpansions.maxExpansionLength = 10000;
   EXPECT_EQ(Error(doubling + "v[] = {M40};\n", fewTokens),
             "lib.txt:42:8: macro expansion is too large (more than 100000 tokens in all)");
+  // The bound itself is allowed: this use of M counts six tokens.
+  ConfigLimits sixTokens, fiveTokens;
+  sixTokens.maxExpansionTokens = 6;
+  fiveTokens.maxExpansionTokens = 5;
+  Tovisk reader;
+  reader.SetLimits(sixTokens);
+  int parsed = ParseText(reader, "#define M a, b, c\nv[] = {M};\n");
+  EXPECT_EQ(parsed, status::kOk) << reader.ErrorString(parsed);
+  EXPECT_EQ(Error("#define M a, b, c\nv[] = {M};\n", fiveTokens),
+            "lib.txt:2:8: macro expansion is too large (more than 5 tokens in all)");
   // Arguments grow inside arguments: bounded by the length of one expansion.
   EXPECT_EQ(Error("#define D(x) x x\n#define E(x) D(D(D(D(D(D(D(D(x))))))))\n"
                   "#define S(x) #x\n#define XS(x) S(x)\nv = XS(E(E(E(E(E(y))))));\n",
