@@ -89,7 +89,7 @@ int processFile(const char* path) {
       return 1;
     }
   }
-  int status = project->pew_Open(path, 0, printMessage, nullptr, 0);
+  int status = project->pew_Open(path, Vorlan::kNoFlags, printMessage, nullptr, 0);
   std::fputs("--------------\n", stderr);
   if (status != 0) return status;
   showStatistics(*project, printMessage);
@@ -106,7 +106,7 @@ int runSelfTest() {
   }
   std::fputs("\n==creating a test.pew===\n\n", stdout);
   int status = project->pew_Create("test", 0);
-  if (status == 0) status = project->pew_Open("test", 0, printMessage, nullptr, 0);
+  if (status == 0) status = project->pew_Open("test", Vorlan::kNoFlags, printMessage, nullptr, 0);
   FileStringA().fs_unlink("test.pew");
   std::fputs("Clearing pew\n", stdout);
   return status;

@@ -33,7 +33,7 @@ int saveProject(const char* message) {
   if (runOptions.verify) {
     name = outputs.rnp_GetFileName(1);
     std::printf("Verifying new %s.....", shownName(name).c_str());
-    status = project->pew_Open(name, 0, printMessage, nullptr, 0);
+    status = project->pew_Open(name, Vorlan::kNoFlags, printMessage, nullptr, 0);
     if (status != 0) return status;
     showStatistics(*project, printMessage);
   }

@@ -134,7 +134,7 @@ int exportElevations(Vorlan& project, const char* fileName, unsigned format) {
   }
   // A half-written export is worse than none: the old file (or none) stays.
   if (result == 0 && error == 0) error = file.finish(true);
-  if (result != 0 || error != 0) file.finish(false);
+  else file.finish(false);
   if (error != 0) {
     std::fprintf(stderr, "cannot write output file %s: %s\n", shown.c_str(), std::strerror(error));
     result = 1;

@@ -72,7 +72,7 @@ int runMap(int argc, char** argv) {
     if (argv[i][0] == '-' || argv[i][0] == '\0') return usage();
 
   Vorlan project;
-  if (project.pew_Open(argv[1], 0, toStandardError, nullptr, 0) != 0) return 1;
+  if (project.pew_Open(argv[1], Vorlan::kNoFlags, toStandardError, nullptr, 0) != 0) return 1;
   const std::string projectFile = project.fileName();
   std::string pictureName;
   if (argc == 3) {

@@ -62,9 +62,10 @@ std::vector<float> averageBlocks(const ElevationGrid& grid, std::uint32_t factor
         ++count[c / factor];
       }
     }
-    for (std::uint32_t bc = 0; bc < width; ++bc)
-      out[static_cast<std::size_t>(br) * width + bc] =
-          count[bc] ? static_cast<float>(sum[bc] / count[bc]) : std::numeric_limits<float>::quiet_NaN();
+    std::transform(sum.begin(), sum.end(), count.begin(), out.begin() + static_cast<std::ptrdiff_t>(br) * width,
+                   [](double total, std::uint32_t points) {
+                     return points ? static_cast<float>(total / points) : std::numeric_limits<float>::quiet_NaN();
+                   });
   }
   return out;
 }

@@ -261,16 +261,13 @@ int exportObjects(Vorlan& project, const char* fileName, const ObjectLayout& lay
     status = writeObjects(project, out, layout);
     error = out.flush();
   }
-  if (error == 0 && status != 0) {
-    file.finish(false);  // the old file stays as it was
-    return status;
-  }
-  if (error == 0) error = file.finish(true);
+  if (error == 0 && status == 0) error = file.finish(true);
+  else file.finish(false);  // the old file stays as it was
   if (error != 0) {
-    file.finish(false);
     std::fprintf(stderr, "cannot write output file %s: %s\n", shownName.c_str(), std::strerror(error));
     return 1;
   }
+  if (status != 0) return status;
   std::fprintf(stderr, "\nobjects exported to '%s'\n", shownName.c_str());
   return 0;
 }

@@ -50,21 +50,15 @@ std::unique_ptr<ConfigSource> ConfigSource::FromFile(const std::string& path, st
     ::close(fd);
     return nullptr;
   }
-  std::size_t expected = 0;
   std::error_code ec;
-  auto size = std::filesystem::file_size(path, ec);
-  if (!ec) {
-    if (size > maxBytes) {
-      *error = TooLarge(maxBytes);
-      return nullptr;
-    }
-    expected = static_cast<std::size_t>(size);
+  if (std::filesystem::file_size(path, ec) > maxBytes && !ec) {
+    *error = TooLarge(maxBytes);
+    return nullptr;
   }
   // Read in large blocks until the end; the cap is checked as we go because a
   // file's size may be unknown (a pipe) or change while we read it.
   constexpr std::size_t kBlock = std::size_t{1} << 20;
   std::string bytes;
-  bytes.reserve(expected + kBlock);
   for (;;) {
     std::size_t had = bytes.size();
     if (had > maxBytes) {

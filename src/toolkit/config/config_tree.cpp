@@ -1,9 +1,5 @@
 #include "config/config_tree.h"
 
-namespace {
-constexpr std::size_t kBlockEntries = 4096;
-}
-
 ConfigTree::ConfigTree() { root_ = NewClass(""); }
 
 rap_entry* ConfigTree::Allocate(rap_entry::Kind kind, std::string_view name) {

@@ -63,6 +63,9 @@ class ConfigTree {
   static rap_entry* FindOwn(rap_entry* parent, std::string_view name) { return parent->FindOwn(name); }
 
  private:
+  // Entries are allocated in blocks of this many, which never move.
+  static constexpr std::size_t kBlockEntries = 4096;
+
   rap_entry* Allocate(rap_entry::Kind kind, std::string_view name);
 
   std::vector<std::unique_ptr<rap_entry[]>> blocks_;

@@ -40,6 +40,8 @@ class Vorlan {
   // project is loaded.
   int pew_Open(const char* name, int flags, MessageSink sink, const unsigned char* data,
                std::size_t dataLength);
+  // The flags every caller passes: no flag is defined.
+  static constexpr int kNoFlags = 0;
   // Writes the loaded project to `name` (".pew" added as above). A failed
   // write removes what it wrote and returns a non-zero status.
   int pew_Create(const char* name, int flags);

@@ -102,7 +102,7 @@ char* WriteConfigNumber(char* out, Real value) {
     return out + 1;
   }
   if (std::isinf(value)) {
-    const char* text = value < 0 ? "-1e999" : "1e999";
+    const char* text = std::signbit(value) ? "-1e999" : "1e999";
     std::size_t n = std::strlen(text);
     std::memcpy(out, text, n);
     return out + n;

@@ -254,10 +254,10 @@ bool WorldChecker::surfaceTable() {
                     format("surface entry %d of %d runs past the end of the file", entry, surfaces));
       std::int32_t n;
       if (!get(n)) return false;
-      if (n == 0) break;
       if (n < 0)
         return fail(status::kDamagedWorld, runAt,
                     format("name length %d in surface entry %d is negative", n, entry));
+      if (n == 0) break;
       if (std::uint64_t(n) > in_.remaining())
         return fail(status::kDamagedWorld, runAt,
                     format("a name of %d bytes in surface entry %d runs past the end of the file (%" PRIu64
