@@ -102,7 +102,7 @@ TEST(Map, FlatAndAveragedGrids) {
     std::uint32_t width, height;
   } cases[] = {
       {1, 1, 0, 0, 1, 1},          {3, 2, 25, 25, 3, 2},         {2, 3, -4, -4, 2, 3},
-      {4098, 2, -10, 10, 2049, 1}, {2, 8193, -10, 10, 1, 2731},
+      {4098, 2, -10, 10, 2049, 1}, {2, 8192, -10, 10, 1, 4096}, {2, 8193, -10, 10, 1, 2731},
   };
   for (const auto& c : cases) {
     std::vector<float> heights(std::size_t{c.columns} * c.rows);
@@ -135,4 +135,5 @@ TEST(Map, SlopesAreShadedByTheirAngleToTheLight) {
   EXPECT_LT(risingWest, flat);
   EXPECT_EQ(risingEast, risingSouth);
   EXPECT_EQ(risingWest, risingNorth);
+  EXPECT_EQ(centre({10, 10, 10, 10, 10, 10, 10, 10, 10}), 3 * 255) << "flat ground at the top is white";
 }

@@ -264,6 +264,13 @@ TEST_F(FileFaults, ExportReplacesTheOldFileOnlyWhenItsTextIsOnDisk) {
     EXPECT_EQ(folderSyncs, failure ? 0 : 1);
     EXPECT_EQ(dir.names(), std::vector<std::string>{"objects.txt"});
   }
+  {
+    ExportFile abandoned;  // an export that stops without finishing
+    ASSERT_EQ(abandoned.open(name.c_str(), dir.file("map.pew").c_str()), ExportFile::OpenResult::Opened);
+    std::fputs("half", abandoned.stream());
+  }
+  EXPECT_EQ(readFileText(name), "new text");
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"objects.txt"});
   dup2(savedInput, STDIN_FILENO);
   close(savedInput);
 }
