@@ -119,6 +119,9 @@ TEST(HeaderLines, LongLinesAreCutButPassedOverWholeAndNoReadPassesTheEnd) {
   });
   EXPECT_EQ(columns, 2);
   EXPECT_TRUE(atEnd);
+  // A whole number is its decimal digits, whatever follows them.
+  read("ncols 12a\r\n", [&](ElevationText& t) { columns = t.readHeaderInt("ncols "); });
+  EXPECT_EQ(columns, 12);
 }
 
 TEST(HeaderLines, XyzPointsSkipNumbersByDigitsAndPoints) {
