@@ -6,6 +6,7 @@
 
 TEST(Matrix4, SetDirectionLaysOutRotatedScaledAxes) {
   Matrix4 t = Matrix4::Identity();
+  for (int i = 0; i < 9; ++i) t.data()[i] = 7;  // a sheared matrix: every axis is set anew
   t.mtx4_SetPosition(100, 5, 200);
   t.SetDirectionInDegrees(90, 2.0f);
   // (cos h s, 0, -sin h s), (0, s, 0), (sin h s, 0, cos h s), row 4 untouched;
