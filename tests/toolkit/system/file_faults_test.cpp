@@ -17,8 +17,12 @@
 #include "system/byte_sink.h"
 #include "system/export_file.h"
 #include "system/file_calls.h"
+#include "fixture_builder.h"
+#include "message_capture.h"
+#include "project/vorlan.h"
 #include "system/rename_package.h"
 #include "temp_dir.h"
+#include "world/morvik.h"
 
 namespace {
 
@@ -26,7 +30,7 @@ namespace {
 // for one byte only, or (for open) kNotZero to have descriptor 0 taken
 // while the call runs; calls past the script behave normally.
 constexpr int kShort = -1, kNotZero = -2;
-std::deque<int> writes, reads, syncs, links, opens;
+std::deque<int> writes, reads, syncs, links, opens, closes;
 int folderSyncs = 0;  // fsync calls on folders that succeeded
 
 int next(std::deque<int>& script) {
@@ -41,6 +45,7 @@ int next(std::deque<int>& script) {
 extern "C" {
 ssize_t __real_write(int, const void*, size_t);
 int __real_open(const char*, int, ...);
+int __real_close(int);
 ssize_t __real_read(int, void*, size_t);
 int __real_fsync(int);
 int __real_link(const char*, const char*);
@@ -89,6 +94,13 @@ int __wrap_open(const char* path, int flags, ...) {
   if (hold) close(STDIN_FILENO);
   return fd;
 }
+int __wrap_close(int fd) {
+  int outcome = next(closes);
+  int result = __real_close(fd);
+  if (outcome <= 0) return result;
+  errno = outcome;  // closed all the same, as the system does
+  return -1;
+}
 int __wrap_link(const char* from, const char* to) {
   int outcome = next(links);
   if (outcome == 0) return __real_link(from, to);
@@ -102,9 +114,9 @@ namespace {
 class FileFaults : public ::testing::Test {
  protected:
   void TearDown() override {
-    EXPECT_TRUE(writes.empty() && reads.empty() && syncs.empty() && links.empty() && opens.empty())
+    EXPECT_TRUE(writes.empty() && reads.empty() && syncs.empty() && links.empty() && opens.empty() && closes.empty())
         << "a scripted call never came";
-    writes.clear(), reads.clear(), syncs.clear(), links.clear(), opens.clear();
+    writes.clear(), reads.clear(), syncs.clear(), links.clear(), opens.clear(), closes.clear();
   }
   TempDir dir;
 };
@@ -273,6 +285,26 @@ TEST_F(FileFaults, ExportReplacesTheOldFileOnlyWhenItsTextIsOnDisk) {
   EXPECT_EQ(dir.names(), std::vector<std::string>{"objects.txt"});
   dup2(savedInput, STDIN_FILENO);
   close(savedInput);
+}
+
+// A world whose file fails to close (the last chance a file system has to
+// report a lost write) is not made, and an older world stays.
+TEST_F(FileFaults, WorldThatFailsToCloseIsNotMade) {
+  ProjectFixture f;
+  f.grid(2, 2, 10);
+  f.addTemplate(1, "data\\tree.p3d");
+  f.addObject(1);
+  std::vector<unsigned char> pew = f.bytes();
+  Vorlan project;
+  ASSERT_EQ(project.pew_Open("map.pew", Vorlan::kNoFlags, MessageCapture::sink, pew.data(), pew.size()), status::kOk);
+  Morvik world;
+  ASSERT_EQ(world.wrp_CreateFromPew(8, &project, MessageCapture::sink), status::kOk);
+  const std::string name = dir.file("map.wrp");
+  writeFileText(name, "older world");
+  closes = {EIO};
+  EXPECT_NE(world.wrp_Create(name.c_str(), 8), status::kOk);
+  EXPECT_EQ(readFileText(name), "older world");
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"map.wrp"});
 }
 
 }  // namespace
