@@ -1,20 +1,17 @@
 #include "system/console_keys.h"
 
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <cstring>
 #include <thread>
 #include <vector>
 
 #include "input_feed.h"
+#include "terminal_input.h"
 
 namespace {
 
@@ -25,38 +22,6 @@ TEST(ConsoleKeys, PipedInputGivesOneByteAtATimeThenEof) {
   EXPECT_EQ(std::vector<int>({_getch(), _getch(), _getch(), _getch(), _getch()}),
             std::vector<int>({'a', 0xff, '\n', EOF, EOF}));
 }
-
-// A pseudo-terminal as standard input for the length of a test.
-class TerminalInput {
- public:
-  TerminalInput() {
-    master_ = posix_openpt(O_RDWR | O_NOCTTY);
-    if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0) return;
-    slave_ = open(ptsname(master_), O_RDWR | O_NOCTTY);
-    if (slave_ < 0) return;
-    saved_ = dup(STDIN_FILENO);
-    dup2(slave_, STDIN_FILENO);
-  }
-  ~TerminalInput() {
-    if (saved_ >= 0) dup2(saved_, STDIN_FILENO);
-    for (int fd : {saved_, slave_, master_})
-      if (fd >= 0) close(fd);
-  }
-  bool ok() const { return saved_ >= 0; }
-  void hangUp() {  // as when the terminal's window is closed
-    close(master_);
-    master_ = -1;
-  }
-  void type(const char* keys) { ASSERT_GT(write(master_, keys, std::strlen(keys)), 0); }
-  termios settings() const {
-    termios t{};
-    tcgetattr(slave_, &t);
-    return t;
-  }
-
- private:
-  int master_ = -1, slave_ = -1, saved_ = -1;
-};
 
 bool canonicalWithEcho(const termios& t) { return (t.c_lflag & ICANON) && (t.c_lflag & ECHO); }
 

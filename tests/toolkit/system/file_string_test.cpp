@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -23,55 +25,31 @@ TEST(CString8, FormatGrowsToFitAndNullFormatGivesEmpty) {
   EXPECT_STREQ(s.Format(nullptr), "");
 }
 
-TEST(FileStringA, ExtractSelectsNameParts) {
-  struct Case {
-    const char* path;
-    int parts;
-    const char* expected;
-  } cases[] = {
-      {"/maps/island/map.pew", 4, "map"},
-      {"/maps/island/map.pew", 12, "map.pew"},
-      {"/maps/island/map.pew", 2, "/maps/island/"},
-      {"C:\\data\\house.P3D", 12, "house.P3D"},
-      {"C:\\data\\house.P3D", 4, "house"},
-      {"maps.v2/map", 4, "map"},
-      {"maps.v2/map", 12, "map"},
-      {"archive.tar.gz", 4, "archive.tar"},
-      {"./vorlan", 4, "vorlan"},
-      {"folder/", 12, ""},
-      {"", 12, ""},
-  };
-  for (const auto& c : cases) {
-    FileStringA s;
-    EXPECT_STREQ(s.fs_Extract(c.parts, c.path), c.expected) << c.path << " " << c.parts;
+// Each line of file_name_cases.txt is a start text, a step and the text it
+// gives, tab-separated. A step of digits is fs_Extract with those parts; "+"
+// adds an extension ("!" even over another), "=" replaces it, "-" removes it
+// when it is that one ("-" alone: any).
+TEST(FileStringA, ExtractAndExtensionEditing) {
+  std::ifstream in(VORLAN_TOOLKIT_TESTS "/system/file_name_cases.txt");
+  int cases = 0;
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    std::size_t tab1 = line.find('\t'), tab2 = line.find('\t', tab1 + 1);
+    ASSERT_NE(tab2, std::string::npos) << line;
+    std::string start = line.substr(0, tab1), step = line.substr(tab1 + 1, tab2 - tab1 - 1);
+    const bool extract = std::isdigit(static_cast<unsigned char>(step[0]));
+    FileStringA s = extract ? FileStringA() : FileStringA(start.c_str());
+    const char *ext = step.c_str() + 1, *got = extract ? s.fs_Extract(std::stoi(step), start.c_str()) : nullptr;
+    if (step[0] == '+' || step[0] == '!') s.fs_AddExt(ext, step[0] == '!');
+    if (step[0] == '=') s.fs_ReplaceExt(ext);
+    if (step[0] == '-') s.fs_RemoveExt(ext);
+    EXPECT_STREQ(extract ? got : s.Get(), line.substr(tab2 + 1).c_str()) << line;
+    ++cases;
   }
+  EXPECT_EQ(cases, 25);
   FileStringA own("a\\b\\c.d");
   EXPECT_STREQ(own.fs_Extract(4, nullptr), "c");
   EXPECT_STREQ(own.Get(), "c");
-}
-
-TEST(FileStringA, ExtensionEditing) {
-  // "+" adds an extension ("!" even over another), "=" replaces it, "-"
-  // removes it when it is that one ("-" alone: any).
-  const struct {
-    const char* start;
-    const char* step;
-    const char* expected;
-  } cases[] = {
-      {"map", "+.pew", "map.pew"}, {"map", "+pew", "map.pew"}, {"map.pew", "+pew", "map.pew"},
-      {"map.dat", "+.pew", "map.dat"}, {"map.dat", "!.pew", "map.pew"}, {"maps.v2/map", "+.pew", "maps.v2/map.pew"},
-      {"a.b\\house", "+p3d", "a.b\\house.p3d"}, {"../map", "+pew", "../map.pew"}, {"dir.x/map.pew", "=wrp", "dir.x/map.wrp"},
-      {"dir.x/map", "=wrp", "dir.x/map.wrp"}, {"dir.x/map.wrp", "-", "dir.x/map"}, {"dir.x/map", "-", "dir.x/map"},
-      {"out.TXT", "-csv", "out.TXT"}, {"out.TXT", "-.txt", "out"},
-  };
-  for (const auto& c : cases) {
-    FileStringA s(c.start);
-    const char* ext = c.step + 1;
-    if (*c.step == '+' || *c.step == '!') s.fs_AddExt(ext, *c.step == '!');
-    if (*c.step == '=') s.fs_ReplaceExt(ext);
-    if (*c.step == '-') s.fs_RemoveExt(ext);
-    EXPECT_STREQ(s.Get(), c.expected) << c.start << " " << c.step;
-  }
 }
 
 TEST(FileStringA, CompareFilenameExtOnlyComparesWholeNamesIgnoringAsciiCase) {

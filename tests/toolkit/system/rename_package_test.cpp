@@ -17,14 +17,6 @@
 
 namespace {
 
-std::vector<std::string> namesIn(const TempDir& dir) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
-    names.push_back(entry.path().filename().string());
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
 class RenamePackageTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -47,7 +39,7 @@ TEST_F(RenamePackageTest, NamesTheProjectAndAHiddenTemporaryBesideIt) {
   EXPECT_EQ((std::vector<std::string>{outputs.rnp_GetFileName(1), outputs.rnp_GetFileName(2), temp}),
             (std::vector<std::string>{project, "", dir.file(".map.pew.tmp-" + std::to_string(getpid()))}));
   // Nothing is created before the project is written.
-  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
   // A stale file of that name, left by someone else, is neither reused nor removed.
   ASSERT_EQ(outputs.rnp_CloseOutputs(status::kFailed), status::kFailed);
   writeFileText(temp, "stale");
@@ -77,7 +69,7 @@ TEST_F(RenamePackageTest, SuccessfulCloseReplacesTheProjectAndKeepsItsPermission
   write(outputs, 0, "new project");
   EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
   EXPECT_EQ(readFileText(project), "new project");
-  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
   EXPECT_EQ(std::string(outputs.rnp_GetFileName(1)), project);  // still known for verifying
   EXPECT_EQ(std::filesystem::status(project).permissions(), std::filesystem::perms(0640));
 }
@@ -93,7 +85,7 @@ TEST_F(RenamePackageTest, FailedCloseLeavesTheOldProjectAndNoTemporaryFile) {
   EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
   EXPECT_EQ(RenamePackageA().rnp_CloseOutputs(status::kNotProject), status::kNotProject);
   EXPECT_EQ(readFileText(project), "old project");
-  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
 }
 
 // One run that saves twice (-ROTB) still keeps the project as it was before the run.
@@ -114,7 +106,7 @@ TEST_F(RenamePackageTest, BackupKeepsTheProjectOfBeforeTheRunAndReplacesAnOlderB
   writeFileText(outputs.rnp_GetFileName(3), "made");
   ASSERT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kOk);
   EXPECT_EQ(readFileText(fresh + ".pew"), "made");
-  EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"fresh.pew", "map.pew", "map.pew.bak"}));
+  EXPECT_EQ(dir.names(), (std::vector<std::string>{"fresh.pew", "map.pew", "map.pew.bak"}));
 }
 
 // Saving through a link writes the file it leads to; the new file keeps the
@@ -140,7 +132,7 @@ TEST_F(RenamePackageTest, SaveThroughALinkKeepsTheLinkAndWhatTheFileCarries) {
   char value[8] = {};
   EXPECT_EQ(getxattr(target.c_str(), "user.vorlan", value, sizeof value), tagged ? 4 : -1);
   EXPECT_STREQ(value, tagged ? "kept" : "");
-  EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"map.pew", "real"}));
+  EXPECT_EQ(dir.names(), (std::vector<std::string>{"map.pew", "real"}));
 }
 
 TEST_F(RenamePackageTest, BackupThatCannotBeMadeFailsCleanly) {
@@ -151,7 +143,7 @@ TEST_F(RenamePackageTest, BackupThatCannotBeMadeFailsCleanly) {
   write(outputs, 1, "new");
   EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
   EXPECT_EQ(readFileText(project), "old project");
-  EXPECT_EQ(namesIn(dir), (std::vector<std::string>{"map.pew", "map.pew.bak"}));
+  EXPECT_EQ(dir.names(), (std::vector<std::string>{"map.pew", "map.pew.bak"}));
 }
 
 TEST_F(RenamePackageTest, UnwritableFolderFailsWithTheOldProjectIntact) {
@@ -161,7 +153,7 @@ TEST_F(RenamePackageTest, UnwritableFolderFailsWithTheOldProjectIntact) {
   EXPECT_EQ(outputs.rnp_BuildOutputs(1, project.c_str(), "pew", nullptr, nullptr), 0);
   chmod(dir.path().c_str(), 0755);
   EXPECT_EQ(readFileText(project), "old project");
-  EXPECT_EQ(namesIn(dir), std::vector<std::string>{"map.pew"});
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
 }
 
 // The id of a process that has ended and been reaped.
@@ -206,7 +198,7 @@ TEST_F(RenamePackageTest, SuccessfulCloseRemovesTemporariesOfEndedRunsOnly) {
   expected.push_back(folderName);
   expected.push_back("map.pew");
   std::sort(expected.begin(), expected.end());
-  EXPECT_EQ(namesIn(dir), expected);
+  EXPECT_EQ(dir.names(), expected);
   EXPECT_EQ(readFileText(project), "new project");
 }
 

@@ -17,12 +17,6 @@
 
 namespace {
 
-std::vector<std::string> filesIn(const std::filesystem::path& folder) {
-  std::vector<std::string> names;
-  for (const auto& e : std::filesystem::directory_iterator(folder)) names.push_back(e.path().filename().string());
-  return names;
-}
-
 // Builds the world of `f` (after `change` to the loaded project) and returns
 // the writer's status; its messages are in MessageCapture. The project is
 // gone before the world is written, which the world must outlive.
@@ -82,7 +76,7 @@ TEST(WorldWriter, ProjectsAreLaidOutByteByByte) {
     TempDir dir;
     ASSERT_EQ(world.wrp_Create(dir.file("map.wrp").c_str(), 8), status::kOk);
     EXPECT_EQ(readFileBytes(dir.file("map.wrp")), c.bytes);
-    EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"map.wrp"});
+    EXPECT_EQ(dir.names(), std::vector<std::string>{"map.wrp"});
   }
 }
 
@@ -117,7 +111,7 @@ TEST(WorldWriter, ProjectsThatCannotBeAWorldStopTheBuild) {
     EXPECT_FALSE(world.IsBuilt());
     TempDir dir;
     EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kNoProject);
-    EXPECT_TRUE(filesIn(dir.path()).empty());
+    EXPECT_TRUE(dir.names().empty());
   }
 }
 
@@ -136,12 +130,12 @@ TEST(WorldWriter, UnwritableNamesAndVersionsLeaveNothingBehind) {
   MessageCapture::reset();
   EXPECT_EQ(world.wrp_Create(dir.file("folder").c_str(), 8), status::kCannotWrite);
   EXPECT_EQ(MessageCapture::calls, 1);
-  EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"folder"});
-  EXPECT_TRUE(filesIn(dir.file("folder")).empty());
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"folder"});
+  EXPECT_TRUE(dir.names("folder").empty());
   world.Close();
   EXPECT_FALSE(world.IsBuilt());
   EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kNoProject);
-  EXPECT_EQ(filesIn(dir.path()), std::vector<std::string>{"folder"});
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"folder"});
 }
 
 TEST(WorldWriter, ObjectsChangedAfterTheBuildAreRefusedLeavingNothing) {
@@ -163,7 +157,7 @@ TEST(WorldWriter, ObjectsChangedAfterTheBuildAreRefusedLeavingNothing) {
     MessageCapture::reset();
     EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kNoProject);
     EXPECT_NE(MessageCapture::text.find("changed after the world was built"), std::string::npos) << MessageCapture::text;
-    EXPECT_TRUE(filesIn(dir.path()).empty());
+    EXPECT_TRUE(dir.names().empty());
   }
 }
 
@@ -199,7 +193,7 @@ TEST(WorldWriter, FailureWhileWritingKeepsTheEarlierFileAndRemovesTheTemporary) 
   EXPECT_EQ(s, status::kCannotWrite);
   EXPECT_NE(MessageCapture::text.find("w.wrp: cannot write the world file"), std::string::npos);
   EXPECT_EQ(readFileText(target), "earlier");
-  EXPECT_EQ(filesIn(dir.path()).size(), 2u);  // the project and w.wrp
+  EXPECT_EQ(dir.names().size(), 2u);  // the project and w.wrp
 
   // The same world goes through once the limit is gone, replacing the file,
   // and its checker (which also gives memory back as it reads) finds it sound.
@@ -207,6 +201,6 @@ TEST(WorldWriter, FailureWhileWritingKeepsTheEarlierFileAndRemovesTheTemporary) 
   std::vector<unsigned char> written = readFileBytes(target);
   ASSERT_EQ(written.size(), 24u + heights.size() * 6 + 8 + 56);
   EXPECT_EQ(std::memcmp(written.data() + 24, heights.data(), heights.size() * 4), 0);
-  EXPECT_EQ(filesIn(dir.path()).size(), 2u);
+  EXPECT_EQ(dir.names().size(), 2u);
   EXPECT_EQ(world.wrp_Open(target.c_str(), 0, MessageCapture::sink, nullptr, 0), status::kOk);
 }
