@@ -57,15 +57,6 @@ int syncFile(const std::string& name) {
   return error;
 }
 
-// Makes the rename itself durable; best effort, as the file is in place.
-void syncFolderOf(const std::string& target) {
-  std::string folder = folderOf(target);
-  int fd = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return;
-  ::fsync(fd);
-  ::close(fd);
-}
-
 // Replacing a file by renaming over it needs only the folder's permission;
 // writing it in place would need the file's. Ask for the latter, so that a
 // file this user may not write is refused as it would be without the

@@ -1,5 +1,6 @@
 #include "system/file_calls.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -25,6 +26,15 @@ int syncWhole(int fd) {
     if (errno != EINTR) return errno;
   }
   return 0;
+}
+
+void syncFolderOf(const std::string& path) {
+  std::size_t slash = path.find_last_of('/');
+  std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  syncWhole(fd);
+  ::close(fd);
 }
 
 int readSome(int fd, void* data, std::size_t size, std::size_t& got) {

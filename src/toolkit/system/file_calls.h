@@ -6,12 +6,17 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <string>
 
 // Writes all `size` bytes; a write that makes no progress fails with EIO.
 int writeWhole(int fd, const void* data, std::size_t size);
 
 // Has the system put the file's data on disk (fsync).
 int syncWhole(int fd);
+
+// Makes a rename into the folder that holds `path` last (fsync of the
+// folder); best effort, as the rename itself has already happened.
+void syncFolderOf(const std::string& path);
 
 // Reads up to `size` bytes into `data`; `got` is the count read (0 at the
 // end of the file).

@@ -32,12 +32,6 @@ std::string freeName(const std::string& folder, const std::string& stem) {
   return name;
 }
 
-void syncFolder(const std::string& folder) {
-  int fd = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return;
-  syncWhole(fd);  // best effort: the rename itself has already happened
-  close(fd);
-}
 
 // Gives the new file `fd` the old file's owner and group (where this user
 // may: root any, others a group they belong to), its permissions, and its
@@ -206,6 +200,6 @@ int RenamePackageA::rnp_CloseOutputs(int status) {
   removeStaleTemporaries(folder_, "." + fileName + ".tmp-");
   std::string backupFolder = folderOf(backupName_);
   removeStaleTemporaries(backupFolder, "." + backupName_.substr(backupFolder.size()) + ".tmp-");
-  syncFolder(folder_);
+  syncFolderOf(target_);
   return status::kOk;
 }

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "system/byte_sink.h"
+#include "system/file_calls.h"
 #include "world/morvik.h"
 #include "status.h"
 #include "system/temporary_files.h"
@@ -28,17 +29,6 @@ void putZeros(ByteSink& out, std::uint64_t n) {
 // The name of the index-th candidate for the temporary file beside `target`.
 std::string temporaryName(const std::string& target, int index) {
   return target + "." + std::to_string(::getpid()) + "-" + std::to_string(index) + ".tmp";
-}
-
-// Makes the rename itself durable; a failure here loses nothing already
-// written, so it is not reported.
-void syncFolderOf(const std::string& target) {
-  std::size_t slash = target.find_last_of('/');
-  std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : target.substr(0, slash);
-  int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return;
-  ::fsync(fd);
-  ::close(fd);
 }
 
 }  // namespace
