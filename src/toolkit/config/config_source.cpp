@@ -51,7 +51,8 @@ std::unique_ptr<ConfigSource> ConfigSource::FromFile(const std::string& path, st
     return nullptr;
   }
   std::error_code ec;
-  if (std::filesystem::file_size(path, ec) > maxBytes && !ec) {
+  const auto size = std::filesystem::file_size(path, ec);
+  if (!ec && size > maxBytes) {
     *error = TooLarge(maxBytes);
     return nullptr;
   }
