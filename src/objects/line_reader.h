@@ -9,7 +9,7 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <vector>
+#include <memory>
 
 class LineReader {
  public:
@@ -28,8 +28,12 @@ class LineReader {
  private:
   bool fill();
 
+  // Left uninitialised: the pages of a short file's read are the only ones
+  // ever touched, so a small import does not pay for clearing a megabyte.
+  static constexpr std::size_t kBlock = std::size_t{1} << 20;
+
   FILE* file_;
-  std::vector<char> block_;
+  std::unique_ptr<char[]> block_;
   std::size_t begin_ = 0, end_ = 0;  // unread bytes of block_
   bool atEnd_ = false;
   int error_ = 0;

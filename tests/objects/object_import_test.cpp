@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <random>
 
 #include "system/file_string.h"
@@ -112,6 +113,18 @@ TEST(ObjectImport, TransformRecords) {
     EXPECT_EQ(b.err, "bad syntax\n") << bad;
     EXPECT_TRUE(validObjects(q.get()).empty());
     EXPECT_TRUE(q.unchanged());
+  }
+}
+
+// An unquoted name ends, and a quoted one is followed, by the line's
+// separator: the first punctuation character of the C locale, whichever.
+TEST(ObjectImport, AnyPunctuationCharacterSeparates) {
+  for (int c = 1; c < 256; ++c) {
+    if (c == '\n') continue;
+    OpenedProject p(houseAndTree());
+    const std::string sep(1, static_cast<char>(c));
+    ImportRun r = importText(p, "\"ca\\house\"" + sep + "1" + sep + "2" + sep + "3" + sep + "4\r\n");
+    EXPECT_EQ(r.status, std::ispunct(c) ? 0 : 1) << "byte " << c;
   }
 }
 

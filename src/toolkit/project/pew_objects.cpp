@@ -188,12 +188,13 @@ PewObject* PewObjects::pewobject_GetNextValid(PewObject* object) {
   if (!object) return nullptr;
   // Within a block the next handle is the next one in memory; only a walk
   // that crosses into another block looks the block's number up.
-  auto next = reinterpret_cast<std::uintptr_t>(object + 1);
+  PewObject* o = object + 1;
+  auto next = reinterpret_cast<std::uintptr_t>(o);
   if ((next & (kBlockBytes - 1)) != 0) {
     PewObject* last = &at(size_ - 1);
     bool lastBlock = (next & ~(kBlockBytes - 1)) == (reinterpret_cast<std::uintptr_t>(last) & ~(kBlockBytes - 1));
     PewObject* end = lastBlock ? last + 1 : reinterpret_cast<PewObject*>((next & ~(kBlockBytes - 1)) + kBlockBytes);
-    for (PewObject* o = object + 1; o < end; ++o)
+    for (; o < end; ++o)
       if (!o->erased() && o->validFlag() != 0) return o;
     if (lastBlock) return nullptr;
     return findValid(indexOf(end - 1) + 1);

@@ -329,7 +329,8 @@ int Morvik::wrp_Open(const char* name, int, MessageSink sink, const unsigned cha
   ByteSource in;
   if (data) {
     in.openMemory(data, dataLength);
-  } else if (int e = name && *name ? mapped.open(name) : ENOENT) {
+  } else if (int e = !name || !*name ? ENOENT : dataLength != 0 ? EINVAL : mapped.open(name)) {
+    // A length without data is the caller's mistake, not a file to read.
     report("%s: cannot open the world file: %s\n", file.c_str(), std::strerror(e));
     return status::kCannotOpen;
   } else {
