@@ -176,8 +176,8 @@ int RenamePackageA::rnp_CloseOutputs(int status) {
 
   int fd = open(temp_.c_str(), O_RDONLY | O_CLOEXEC);
   struct stat written;
-  bool ok = fd >= 0 && fstat(fd, &written) == 0 && S_ISREG(written.st_mode);
-  if (!ok) fail("the new project is missing", fd < 0 ? errno : EINVAL);
+  bool ok = fd != -1 && fstat(fd, &written) == 0 && S_ISREG(written.st_mode);
+  if (!ok) fail("the new project is missing", fd == -1 ? errno : EINVAL);
   struct stat old;
   bool oldExists = stat(target_.c_str(), &old) == 0;
   if (ok && oldExists) keepOwnership(fd, target_, old);

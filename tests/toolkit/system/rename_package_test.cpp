@@ -82,7 +82,15 @@ TEST_F(RenamePackageTest, FailedCloseLeavesTheOldProjectAndNoTemporaryFile) {
   EXPECT_EQ(outputs.rnp_CloseOutputs(status::kDamaged), status::kDamaged);
   ASSERT_NE(outputs.rnp_BuildOutputs(0, project.c_str(), "pew", nullptr, nullptr), 0);
   EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
+  EXPECT_STREQ(outputs.rnp_GetError(), "the new project is missing: No such file or directory");
   EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
+  // Something else took the temporary name: a folder is no project.
+  ASSERT_NE(outputs.rnp_BuildOutputs(0, project.c_str(), "pew", nullptr, nullptr), 0);
+  const std::string taken = outputs.rnp_GetFileName(3);
+  ASSERT_EQ(mkdir(taken.c_str(), 0755), 0);
+  EXPECT_EQ(outputs.rnp_CloseOutputs(status::kOk), status::kCannotWrite);
+  EXPECT_STREQ(outputs.rnp_GetError(), "the new project is missing: Invalid argument");
+  EXPECT_EQ(rmdir(taken.c_str()), 0) << "the failed close removed what it did not make";
   EXPECT_EQ(RenamePackageA().rnp_CloseOutputs(status::kNotProject), status::kNotProject);
   EXPECT_EQ(readFileText(project), "old project");
   EXPECT_EQ(dir.names(), std::vector<std::string>{"map.pew"});
