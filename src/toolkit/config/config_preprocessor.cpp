@@ -87,8 +87,8 @@ bool ConfigPreprocessor::LeaveFile() {
 namespace {
 
 bool LooksExported(std::string_view name) {
-  if (name.rfind("AObject_", 0) == 0) return true;
-  if (name.rfind("Object", 0) != 0) return false;
+  if (name.starts_with("AObject_")) return true;
+  if (!name.starts_with("Object")) return false;
   std::size_t digits = 6;
   while (digits < name.size() && name[digits] >= '0' && name[digits] <= '9') ++digits;
   return digits > 6 && digits < name.size() && name[digits] == '_';

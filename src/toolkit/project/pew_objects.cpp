@@ -100,8 +100,11 @@ unsigned char* PewObjects::arenaRecord(std::size_t bytes) {
 
 namespace {
 
-// A new object's record: valid, the ID given, an identity transform, an
-// empty name stored as a lone NUL, and the usual values after it.
+// A new object's empty name is stored as a lone NUL.
+constexpr std::uint32_t kNewNameLength = 1;
+
+// A new object's record: valid, the ID given, an identity transform, the
+// empty name, and the usual values after it.
 void fillNewRecord(unsigned char* r, std::int32_t id) {
   using namespace pew_record;
   auto put = [r](std::size_t at, auto value) { std::memcpy(r + at, &value, sizeof value); };
@@ -110,9 +113,11 @@ void fillNewRecord(unsigned char* r, std::int32_t id) {
   put(kObjectId, id);
   put(kTransform, Matrix4::Identity());
   put(kUnnamedDouble, 1.0);
-  put(kNameLength, std::uint32_t{1});
-  r[kName] = 0;
-  auto putAfterName = [r](std::size_t at, auto value) { std::memcpy(r + kName + 1 + at, &value, sizeof value); };
+  put(kNameLength, kNewNameLength);
+  std::memset(r + kName, 0, kNewNameLength);
+  auto putAfterName = [r](std::size_t at, auto value) {
+    std::memcpy(r + kName + kNewNameLength + at, &value, sizeof value);
+  };
   putAfterName(kRelativeHeight, 0.0f);
   putAfterName(kUnnamedA, std::int32_t{-1});
   putAfterName(kUnnamedB, std::int32_t{-1});
@@ -124,7 +129,7 @@ void fillNewRecord(unsigned char* r, std::int32_t id) {
 PewObject* PewObjects::AddPewObject() {
   std::int32_t id = freshId();
   bool fillingGaps = maxId_ == INT32_MAX;
-  unsigned char* record = arenaRecord(pew_record::kFixedBytes + 1);
+  unsigned char* record = arenaRecord(pew_record::kFixedBytes + kNewNameLength);
   fillNewRecord(record, id);
   appendRecord(record);
   noteId(id);
@@ -189,11 +194,11 @@ PewObject* PewObjects::pewobject_GetNextValid(PewObject* object) {
   // Within a block the next handle is the next one in memory; only a walk
   // that crosses into another block looks the block's number up.
   PewObject* o = object + 1;
-  auto next = reinterpret_cast<std::uintptr_t>(o);
-  if ((next & (kBlockBytes - 1)) != 0) {
+  const auto next = reinterpret_cast<std::uintptr_t>(o);
+  if (next % kBlockBytes != 0) {
     PewObject* last = &at(size_ - 1);
-    bool lastBlock = (next & ~(kBlockBytes - 1)) == (reinterpret_cast<std::uintptr_t>(last) & ~(kBlockBytes - 1));
-    PewObject* end = lastBlock ? last + 1 : reinterpret_cast<PewObject*>((next & ~(kBlockBytes - 1)) + kBlockBytes);
+    const bool lastBlock = next / kBlockBytes == reinterpret_cast<std::uintptr_t>(last) / kBlockBytes;
+    PewObject* end = lastBlock ? last + 1 : reinterpret_cast<PewObject*>((next / kBlockBytes + 1) * kBlockBytes);
     for (; o < end; ++o)
       if (!o->erased() && o->validFlag() != 0) return o;
     if (lastBlock) return nullptr;

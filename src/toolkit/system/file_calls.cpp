@@ -32,7 +32,7 @@ void syncFolderOf(const std::string& path) {
   std::size_t slash = path.find_last_of('/');
   std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
   int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd < 0) return;
+  if (fd == -1) return;
   syncWhole(fd);
   ::close(fd);
 }

@@ -126,7 +126,9 @@ TEST_F(RenamePackageTest, SaveThroughALinkKeepsTheLinkAndWhatTheFileCarries) {
   ASSERT_EQ(symlink("real/map.pew", project.c_str()), 0);
   chmod(target.c_str(), 0640);
   bool owned = geteuid() == 0 && chown(target.c_str(), 4321, 4322) == 0;
-  bool tagged = setxattr(target.c_str(), "user.vorlan", "kept", 4, 0) == 0;
+  const std::vector<std::string> attributes = {"user.vorlan", "user.second", "user.third"};
+  bool tagged = true;
+  for (const std::string& name : attributes) tagged = tagged && setxattr(target.c_str(), name.c_str(), "kept", 4, 0) == 0;
   RenamePackageA outputs;
   write(outputs, 0, "new");
   EXPECT_EQ(std::filesystem::path(outputs.rnp_GetFileName(3)).parent_path(), dir.file("real"));
@@ -137,9 +139,11 @@ TEST_F(RenamePackageTest, SaveThroughALinkKeepsTheLinkAndWhatTheFileCarries) {
   ASSERT_EQ(stat(target.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0640u);
   EXPECT_TRUE(!owned || (info.st_uid == 4321u && info.st_gid == 4322u)) << info.st_uid << ":" << info.st_gid;
-  char value[8] = {};
-  EXPECT_EQ(getxattr(target.c_str(), "user.vorlan", value, sizeof value), tagged ? 4 : -1);
-  EXPECT_STREQ(value, tagged ? "kept" : "");
+  for (const std::string& name : attributes) {
+    char value[8] = {};
+    EXPECT_EQ(getxattr(target.c_str(), name.c_str(), value, sizeof value), tagged ? 4 : -1) << name;
+    EXPECT_STREQ(value, tagged ? "kept" : "") << name;
+  }
   EXPECT_EQ(dir.names(), (std::vector<std::string>{"map.pew", "real"}));
 }
 
