@@ -126,9 +126,12 @@ TEST_F(RenamePackageTest, SaveThroughALinkKeepsTheLinkAndWhatTheFileCarries) {
   ASSERT_EQ(symlink("real/map.pew", project.c_str()), 0);
   chmod(target.c_str(), 0640);
   bool owned = geteuid() == 0 && chown(target.c_str(), 4321, 4322) == 0;
-  const std::vector<std::string> attributes = {"user.vorlan", "user.second", "user.third"};
+  // Three, one of them empty.
+  const std::vector<std::pair<std::string, std::string>> attributes = {
+      {"user.vorlan", "kept"}, {"user.empty", ""}, {"user.third", "too"}};
   bool tagged = true;
-  for (const std::string& name : attributes) tagged = tagged && setxattr(target.c_str(), name.c_str(), "kept", 4, 0) == 0;
+  for (const auto& [name, value] : attributes)
+    tagged = tagged && setxattr(target.c_str(), name.c_str(), value.data(), value.size(), 0) == 0;
   RenamePackageA outputs;
   write(outputs, 0, "new");
   EXPECT_EQ(std::filesystem::path(outputs.rnp_GetFileName(3)).parent_path(), dir.file("real"));
@@ -139,10 +142,11 @@ TEST_F(RenamePackageTest, SaveThroughALinkKeepsTheLinkAndWhatTheFileCarries) {
   ASSERT_EQ(stat(target.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0640u);
   EXPECT_TRUE(!owned || (info.st_uid == 4321u && info.st_gid == 4322u)) << info.st_uid << ":" << info.st_gid;
-  for (const std::string& name : attributes) {
-    char value[8] = {};
-    EXPECT_EQ(getxattr(target.c_str(), name.c_str(), value, sizeof value), tagged ? 4 : -1) << name;
-    EXPECT_STREQ(value, tagged ? "kept" : "") << name;
+  for (const auto& [name, value] : attributes) {
+    char kept[8] = {};
+    EXPECT_EQ(getxattr(target.c_str(), name.c_str(), kept, sizeof kept), tagged ? static_cast<ssize_t>(value.size()) : -1)
+        << name;
+    EXPECT_EQ(kept, tagged ? value : "") << name;
   }
   EXPECT_EQ(dir.names(), (std::vector<std::string>{"map.pew", "real"}));
 }
@@ -183,7 +187,9 @@ TEST_F(RenamePackageTest, SuccessfulCloseRemovesTemporariesOfEndedRunsOnly) {
   std::string alive = std::to_string(getppid());
   const std::vector<std::string> stale = {".map.pew.tmp-" + dead, ".map.pew.tmp-" + dead + "-2",
                                           ".map.pew.tmp-" + dead + "-9", ".map.pew.tmp-" + dead + "-10",
-                                          ".map.pew.bak.tmp-" + dead};
+                                          ".map.pew.bak.tmp-" + dead,
+                                          // above any pid the system gives: never running
+                                          ".map.pew.tmp-19999999", ".map.pew.tmp-99999999-1"};
   const std::vector<std::string> kept = {
       ".map.pew.tmp-" + alive,      // its process still runs
       ".other.pew.tmp-" + dead,     // another project's
