@@ -129,66 +129,44 @@ TEST(TemplateImport, ExportsOfAnyNameWithoutQuotesReadBack) {
   EXPECT_EQ(withoutBanner(readFileText(again)), withoutBanner(readFileText(lib)));
 }
 
-struct BadLibrary {
-  const char* what;
-  std::string text;
-  int status;
-  std::string message;  // the end of standard error ("--------------\n": none of the import's own)
-};
-
-// Also in replace mode, where the templates and objects are removed first
-// but the removal is not saved either.
+// Each file of bad_libraries/ is one library: its first line holds the
+// status of the import and, after a tab, the end of standard error
+// ("--------------": none of the import's own); the library follows. Also in
+// replace mode, where the templates and objects are removed first but the
+// removal is not saved either.
 TEST(TemplateImport, LibrariesThatAddNothingLeaveTheProjectByteIdentical) {
-  const std::string good = " class Good { strModelFilename=\"good.p3d\"; };\r\n";
-  const BadLibrary cases[] = {
-      {"empty ObjectTemplate", library(""), 0, "no template has been added, so pew is untouched\n"},
-      {"unterminated class", "class ObjectTemplate { class A { strModelFilename=\"a.p3d\";", status::kConfigSyntax, ""},
-      {"unterminated string", library(" class A { strModelFilename=\"a.p3d; };\r\n"), status::kConfigSyntax, ""},
-      {"unterminated comment", library(good) + "/* no end", status::kConfigSyntax, ""},
-      {"unknown directive", "#frobnicate 1\r\n" + library(good), status::kConfigSyntax, ""},
-      {"missing include", "#include \"nowhere.h\"\r\n" + library(good), status::kConfigInclude, ""},
-      {"include of itself", "#include \"lib.txt\"\r\n" + library(good), status::kConfigInclude, ""},
-      {"no ObjectTemplate", "class Other { };\r\n", 1, "class ObjectTemplate not defined\n"},
-      {"class without model file", library(good + " class B { strModelName=\"b\"; };\r\n"), 1,
-       "No 'strModelFilename' found in template\n"},
-      {"entry outside the table", library(good + " class B { strModelFilename=\"b.p3d\"; colour=1; };\r\n"), 1,
-       "--------------\n"},
-      {"short array", library(good + " class B { strModelFilename=\"b.p3d\"; dblxyRandomScale[]={1,2}; };\r\n"), 1,
-       ": template class B: 'dblxyRandomScale' holds 2 values where 3 are needed\n"},
-      {"value for an array", library(" class B { strModelFilename=\"b.p3d\"; GeometryAutoCenterPos=1; };\r\n"), 1,
-       ": template class B: 'GeometryAutoCenterPos' must be an array of 3 values\n"},
-      {"array for a value", library(" class B { strModelFilename[]={\"b.p3d\"}; };\r\n"), 1,
-       ": template class B: 'strModelFilename' must be a single value\n"},
-      {"value for a class", library(" class B { strModelFilename=\"b.p3d\"; LodNamedSelections=1; };\r\n"), 1,
-       ": template class B: 'LodNamedSelections' must be a class\n"},
-      {"short point list", library(" class B { strModelFilename=\"b.p3d\"; class ArtificialObjects { class A { "
-                                   "StartEndPos=1; }; }; };\r\n"),
-       1, ": template class B: 'StartEndPos' of artificial object A must be an array\n"},
-  };
-  for (const BadLibrary& c : cases) {
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(std::string(TEST_DATA_DIR) + "/bad_libraries")) {
+    const std::string what = entry.path().filename().string(), file = readFileText(entry.path().string());
+    const std::size_t lineEnd = file.find('\n') + 1, tab = file.find('\t');
+    const int status = std::atoi(file.c_str());
+    const std::string text = file.substr(lineEnd);
+    const std::string message = tab < lineEnd ? file.substr(tab + 1, lineEnd - tab - 1) : "";
+    ++count;
     for (const char* option : {"-ATY", "-ITY"}) {
       ProjectRun run(twoTemplates());
       std::string lib = run.file("lib.txt");
-      writeFileText(lib, c.text);
+      writeFileText(lib, text);
       std::vector<unsigned char> before = run.bytes();
       RunResult r = run.run(option, lib);
-      EXPECT_EQ(r.status, c.status) << c.what << " " << option << "\n" << r.err;
-      EXPECT_EQ(run.bytes(), before) << c.what;
-      if (c.status > 1) {
+      EXPECT_EQ(r.status, status) << what << " " << option << "\n" << r.err;
+      EXPECT_EQ(run.bytes(), before) << what;
+      if (status > 1) {
         // The reader's own message, naming the file.
-        EXPECT_NE(r.err.find(lib + ":"), std::string::npos) << c.what << "\n" << r.err;
+        EXPECT_NE(r.err.find(lib + ":"), std::string::npos) << what << "\n" << r.err;
       } else {
-        ASSERT_GE(r.err.size(), c.message.size());
-        EXPECT_EQ(r.err.substr(r.err.size() - c.message.size()), c.message) << c.what << "\n" << r.err;
+        ASSERT_GE(r.err.size(), message.size());
+        EXPECT_EQ(r.err.substr(r.err.size() - message.size()), message) << what << "\n" << r.err;
       }
-      if (c.status != 0) {
-        EXPECT_EQ(r.out.find("Done,"), std::string::npos) << c.what;
+      if (status != 0) {
+        EXPECT_EQ(r.out.find("Done,"), std::string::npos) << what;
       }
       std::size_t files = 0;
       for (const auto& e : std::filesystem::directory_iterator(run.dir.path())) files += e.is_regular_file();
-      EXPECT_EQ(files, 2u) << c.what << ": a file was left behind";
+      EXPECT_EQ(files, 2u) << what << ": a file was left behind";
     }
   }
+  EXPECT_EQ(count, 15) << "bad_libraries/ is missing or incomplete";
 }
 
 TEST(TemplateImport, LibraryFarTooLarge) {
