@@ -23,45 +23,6 @@ std::string withoutBanner(const std::string& text) {
   return text.substr(at);
 }
 
-// What the import printed on standard output, from its title on.
-std::string importOutput(const RunResult& r) { return r.out.substr(r.out.find("Importing Templates from")); }
-
-// Templates with ids 1..5 that use every member the library text carries:
-// types, markers (a natural ellipse among them), colours, bounds, spreads,
-// centres, road frames and artificial objects.
-ProjectFixture richProject() {
-  ProjectFixture f;
-  f.grid(2, 2, 10.0f, {1, 2, 3, 4});
-  FixtureTemplate& house = f.addTemplate(1, "data\\bighouse2.p3d", "big-house 2");
-  house.objectType = 2;
-  house.outlineColour = 0x0000FF;
-  house.objectColour = 0x123456;
-  house.geometryBounds[0] = 12.5;
-  house.randomRotate[1] = 10;
-  house.artificial.push_back({"Gate", 1, {{1, 0, 2}, {3, 0, 4}}});
-  house.artificial.push_back({"Wall", 0xFFFFFFFF, {}});
-  FixtureTemplate& tree = f.addTemplate(2, "data\\tree.p3d", "tree");
-  tree.markerType = 1;
-  tree.unknownFlag = 0;
-  tree.randomScale[0] = 0.25;
-  tree.randomScaleFlag = 1;
-  tree.geometryCentre[1] = 1.5f;
-  tree.resolutionCentre[2] = -0.125f;
-  tree.resolutionBounds[0] = 3;
-  FixtureTemplate& road = f.addTemplate(3, "data\\roads\\asphalt-10.p3d", "asphalt 10");
-  road.objectType = 3;
-  road.road = true;
-  road.roadFrame[9] = 12.5f;
-  road.xroadFrame[11] = 1e-05f;
-  FixtureTemplate& odd = f.addTemplate(4, "data\\odd.p3d", "odd");
-  odd.objectType = 9;
-  odd.markerType = 7;
-  odd.randomOrientationFlag = 2;
-  f.addTemplate(5, "data\\plain.p3d", "plain");
-  f.addObject(1).at(10, 20, 5);
-  return f;
-}
-
 ProjectFixture twoTemplates() {
   ProjectFixture f;
   f.grid(1, 1, 10.0f);
@@ -69,29 +30,6 @@ ProjectFixture twoTemplates() {
   f.addTemplate(9, "data\\tree.p3d", "tree");
   f.addObject(9);
   return f;
-}
-
-TEST(TemplateImport, ReplacingFromAnExportRebuildsEqualTemplates) {
-  ProjectRun source(richProject());
-  std::string lib = source.file("lib.txt");
-  ASSERT_EQ(source.run("-ET", lib).status, 0);
-  ProjectRun copy(richProject());
-  RunResult r = copy.run("-ITY", lib);
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(importOutput(r), "Importing Templates from " + lib +
-                                 "\nRemoving existing templates (if any) and objects(if any)\n"
-                                 "adding template objects.......\n"
-                                 "Done, 5 processed, 0 duplicates (ignored)\n");
-  Vorlan after;
-  ASSERT_TRUE(copy.open(after));
-  EXPECT_EQ(templateIds(after), (std::vector<std::uint32_t>{1, 2, 3, 4, 5}));
-  EXPECT_EQ(after.pew_get_objects()->pewobject_GetFirstValid(), nullptr);  // the objects went with them
-
-  // Every member is in the library unless it has a new template's value, and
-  // number texts read back exactly: the same library means equal templates.
-  std::string again = copy.file("again.txt");
-  ASSERT_EQ(copy.run("-ET", again).status, 0);
-  EXPECT_EQ(withoutBanner(readFileText(again)), withoutBanner(readFileText(lib)));
 }
 
 TEST(TemplateImport, EveryKeyWithItsConversion) {
