@@ -107,19 +107,6 @@ TEST(TemplateImport, LibrariesThatAddNothingLeaveTheProjectByteIdentical) {
   EXPECT_EQ(count, 15) << "bad_libraries/ is missing or incomplete";
 }
 
-TEST(TemplateImport, LibraryFarTooLarge) {
-  ProjectRun run(twoTemplates());
-  std::vector<unsigned char> before = run.bytes();
-  // A file far beyond any library (sparse, so the test stays cheap).
-  std::string huge = run.file("huge.txt");
-  writeFileText(huge, library(""));
-  std::filesystem::resize_file(huge, std::uintmax_t{300} << 20);
-  RunResult tooLarge = run.run("-ITY", huge);
-  EXPECT_EQ(tooLarge.status, status::kCannotOpen);
-  EXPECT_NE(tooLarge.err.find(huge + ": cannot read the file: file is too large"), std::string::npos) << tooLarge.err;
-  EXPECT_EQ(run.bytes(), before);
-}
-
 // The import itself refuses a project that holds no data (the program
 // always opens one first).
 TEST(TemplateImport, ProjectWithoutDataStopsTheImport) {
