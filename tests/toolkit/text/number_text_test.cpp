@@ -164,21 +164,6 @@ TEST(ParseDouble, LongDigitStringsAtRoundingTies) {
   EXPECT_TRUE(sameAsStrtod(std::string(900, '1') + "e-900"));
 }
 
-TEST(ParseDouble, RandomDecimalTexts) {
-  std::mt19937_64 random(5);
-  for (int i = 0; i < 300000; ++i) {
-    std::string text;
-    int digits = 1 + static_cast<int>(random() % 24);
-    int point = static_cast<int>(random() % (digits + 2)) - 1;
-    for (int d = 0; d < digits; ++d) {
-      if (d == point) text += '.';
-      text += static_cast<char>('0' + random() % 10);
-    }
-    if (random() % 3 == 0) text += "e" + std::to_string(static_cast<int>(random() % 80) - 40);
-    ASSERT_TRUE(sameAsStrtod(text));
-  }
-}
-
 TEST(ParseDouble, PrintedFloatAndDoubleBitPatterns) {
   std::mt19937_64 random(11);
   char text[1100];
