@@ -25,6 +25,7 @@
 #include "status.h"
 #include "stream_capture.h"
 #include "temp_dir.h"
+#include "tool_process.h"
 
 namespace {
 
@@ -229,27 +230,14 @@ TEST_F(SaveProjectTest, KilledDuringTheSaveLeavesTheOldOrTheNewProject) {
 
 // Starts the built tool in `dir` with both streams into one file, as
 // "vorlan ... > log 2>&1" does.
-pid_t startTool(const TempDir& dir, std::vector<std::string> words) {
-  std::string log = dir.file("log.txt");
-  pid_t child = fork();
-  if (child == 0) {
-    if (chdir(dir.path().c_str()) != 0) _exit(126);
-    int out = open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    dup2(out, 1);
-    dup2(out, 2);
-    std::vector<char*> argv{const_cast<char*>(VORLAN_BINARY)};
-    for (auto& w : words) argv.push_back(w.data());
-    argv.push_back(nullptr);
-    execv(VORLAN_BINARY, argv.data());
-    _exit(127);
-  }
-  return child;
+pid_t startLogged(const TempDir& dir, std::vector<std::string> words) {
+  return startTool(VORLAN_BINARY, dir.path().string(), words, "", "log.txt", "log.txt");
 }
 
 TEST(BuiltTool, CombinedLogKeepsTheTerminalsOrder) {
   TempDir dir;
   writeProject(dir.file("map.pew"), 2);
-  pid_t child = startTool(dir, {"-DOY", "map"});
+  pid_t child = startLogged(dir, {"-DOY", "map"});
   int status = 0;
   waitpid(child, &status, 0);
   ASSERT_EQ(status, 0);
@@ -274,7 +262,7 @@ TEST(BuiltTool, InterruptedExportOrSaveLeavesNoTemporaryFile) {
       TempDir dir;
       if (saving) writeLargeProject(dir.file("map.pew"));
       else writeProject(dir.file("map.pew"), 0);
-      pid_t child = startTool(dir, c.words);
+      pid_t child = startLogged(dir, c.words);
       std::string temp = dir.file(c.temporary + std::to_string(child));
       int status = 0;
       bool ended = false;

@@ -5,23 +5,17 @@
 //
 // VORLAN_UPDATE_EXPECTED=1 writes what a run produced into its expected/
 // files instead of comparing: for making a new case, to be read by eye.
-#include <fcntl.h>
 #include <signal.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <regex>
-#include <thread>
 
 #include "project_description.h"
 #include "temp_dir.h"
+#include "tool_process.h"
 
 namespace fs = std::filesystem;
 
@@ -39,74 +33,11 @@ std::vector<std::string> caseNames() {
   return names;
 }
 
-struct RunResult {
-  int status = -1;
-  bool timedOut = false;
-};
-
-// Runs `tool` in `dir` with `args`, standard input from `input` (or
-// nothing), output into two files of `dir`.
-RunResult runTool(const std::string& tool, const fs::path& dir, const std::vector<std::string>& args,
-                  const fs::path& input) {
-  pid_t pid = fork();
-  if (pid == 0) {
-    if (chdir(dir.c_str()) != 0) _exit(126);
-    int in = open(input.empty() ? "/dev/null" : input.c_str(), O_RDONLY);
-    int out = open(".stdout", O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    int err = open(".stderr", O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (in < 0 || out < 0 || err < 0) _exit(126);
-    // Cases write small files. A runaway write (the object export pads a
-    // header label wider than every name until the output refuses) fails
-    // at 256 MB instead of filling the disk.
-    struct rlimit limit;
-    if (getrlimit(RLIMIT_FSIZE, &limit) == 0) {
-      limit.rlim_cur = std::min<rlim_t>(limit.rlim_cur, rlim_t{256} << 20);
-      setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    signal(SIGXFSZ, SIG_IGN);
-    dup2(in, 0);
-    dup2(out, 1);
-    dup2(err, 2);
-    std::vector<char*> argv;
-    std::string name = fs::path(tool).filename().string();
-    argv.push_back(name.data());
-    for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    // A plain, repeatable environment: no locale, no terminal.
-    char* env[] = {const_cast<char*>("LC_ALL=C"), const_cast<char*>("PATH=/usr/bin:/bin"), nullptr};
-    execve(tool.c_str(), argv.data(), env);
-    _exit(127);
-  }
-  RunResult result;
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-  int status = 0;
-  while (waitpid(pid, &status, WNOHANG) == 0) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      kill(pid, SIGKILL);
-      waitpid(pid, &status, 0);
-      result.timedOut = true;
-      return result;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  return result;
-}
-
-bool updating() {
-  const char* v = std::getenv("VORLAN_UPDATE_EXPECTED");
-  return v && *v && std::string(v) != "0";
-}
-
-// A project is saved through a temporary file named after the process
-// ("Creating .map.pew.tmp-4711..."): the number differs from run to run.
-std::string withoutProcessIds(const std::string& text) {
-  static const std::regex temporary(R"(\.tmp-[0-9]+(-[0-9]+)?)");
-  return std::regex_replace(text, temporary, ".tmp-PID");
-}
-
+// Writes what a run produced into its expected/ file when updating, or
+// compares the two.
 void compareOrUpdate(const fs::path& expectedFile, const std::string& actual, const std::string& what) {
-  if (updating()) {
+  const char* update = std::getenv("VORLAN_UPDATE_EXPECTED");
+  if (update && *update && std::string(update) != "0") {
     fs::create_directories(expectedFile.parent_path());
     writeFileText(expectedFile.string(), actual);
     return;
@@ -115,12 +46,14 @@ void compareOrUpdate(const fs::path& expectedFile, const std::string& actual, co
   EXPECT_EQ(actual, readFileText(expectedFile.string())) << what << " differs from " << expectedFile;
 }
 
-// Text files carry the time of their making in their banners: such times
-// ("2024-05-06 07:08:09") are compared as "YYYY-MM-DD hh:mm:ss", and process
-// ids as withoutProcessIds leaves them.
+// Two things differ from run to run: text files carry the time of their
+// making in their banners ("2024-05-06 07:08:09"), and a project is saved
+// through a temporary file named after the process ("Creating
+// .map.pew.tmp-4711..."). They are compared as placeholders.
 std::string maskRunDetails(const std::string& text) {
   static const std::regex stamp(R"([0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2})");
-  return withoutProcessIds(std::regex_replace(text, stamp, "YYYY-MM-DD hh:mm:ss"));
+  static const std::regex temporary(R"(\.tmp-[0-9]+(-[0-9]+)?)");
+  return std::regex_replace(std::regex_replace(text, stamp, "YYYY-MM-DD hh:mm:ss"), temporary, ".tmp-PID");
 }
 
 class Case : public testing::TestWithParam<std::string> {};
@@ -129,12 +62,14 @@ TEST_P(Case, Runs) {
   const fs::path source = kCases / GetParam();
   TempDir run;
   const std::string pew = run.file("map.pew");
+  // The first line of a file of the case, or `otherwise` when there is none.
+  auto firstLine = [&](const char* name, const std::string& otherwise) {
+    std::string text = fs::exists(source / name) ? readFileText((source / name).string()) : otherwise;
+    return text.substr(0, text.find('\n'));
+  };
   std::vector<unsigned char> before;
-  if (fs::exists(source / "project.txt")) {
-    ProjectFixture f = parseProjectDescription(readFileText((source / "project.txt").string()));
-    f.writeTo(pew);
-    before = readFileBytes(pew);
-  }
+  if (fs::exists(source / "project.txt"))
+    before = readFileBytes(parseProjectDescription(readFileText((source / "project.txt").string())).writeTo(pew));
   // projects/<path>.txt becomes <path>.pew in the run folder.
   if (fs::exists(source / "projects")) {
     for (const auto& entry : fs::recursive_directory_iterator(source / "projects")) {
@@ -148,18 +83,15 @@ TEST_P(Case, Runs) {
   if (fs::exists(source / "input"))
     fs::copy(source / "input", run.path(), fs::copy_options::recursive);
   ASSERT_TRUE(fs::exists(source / "args")) << "a case needs an args file";
-  std::string argsLine = readFileText((source / "args").string());
-  argsLine = argsLine.substr(0, argsLine.find('\n'));
-  fs::path input = fs::exists(source / "stdin") ? source / "stdin" : fs::path();
-
-  std::string program = fs::exists(source / "program") ? readFileText((source / "program").string()) : "vorlan";
-  program = program.substr(0, program.find('\n'));
+  std::string input = fs::exists(source / "stdin") ? (source / "stdin").string() : "";
+  std::string program = firstLine("program", "vorlan");
   ASSERT_TRUE(program == "vorlan" || program == "vorlan-map") << "unknown program " << program;
-  RunResult r = runTool(program == "vorlan" ? kTool : kMapTool, run.path(), descriptionWords(argsLine, false), input);
-  ASSERT_FALSE(r.timedOut) << "the run did not end within 60 s";
+  int status = waitForTool(startTool(program == "vorlan" ? kTool : kMapTool, run.path().string(),
+                                     descriptionWords(firstLine("args", ""), false), input, ".stdout", ".stderr"));
+  ASSERT_NE(status, 128 + SIGALRM) << "the run did not end within 60 s";
 
   const fs::path expected = source / "expected";
-  compareOrUpdate(expected / "status", std::to_string(r.status) + "\n", "the exit status");
+  compareOrUpdate(expected / "status", std::to_string(status) + "\n", "the exit status");
   compareOrUpdate(expected / "stdout", maskRunDetails(readFileText(run.file(".stdout"))), "standard output");
   compareOrUpdate(expected / "stderr", maskRunDetails(readFileText(run.file(".stderr"))), "standard error");
   if (fs::exists(expected / "files")) {

@@ -1,5 +1,6 @@
 #include "project_description.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
@@ -86,45 +87,23 @@ void objectStatement(ProjectFixture& f, const std::vector<std::string>& w) {
   if (w.size() < 2) throw std::runtime_error("object TEMPLATE [options]");
   FixtureObject& o = f.addObject(integer(w[1]));
   for (std::size_t i = 2; i < w.size(); ++i) {
-    auto need = [&](std::size_t n) {
-      if (i + n >= w.size()) throw std::runtime_error("missing values after " + w[i]);
-    };
-    if (w[i] == "id") {
-      need(1);
-      o.id = static_cast<std::int32_t>(number(w[++i]));
-    } else if (w[i] == "at") {
-      need(3);
-      float x = static_cast<float>(number(w[i + 1])), y = static_cast<float>(number(w[i + 2])),
-            h = static_cast<float>(number(w[i + 3]));
-      o.at(x, y, h);
-      i += 3;
-    } else if (w[i] == "heading") {
-      need(1);
-      double degrees = number(w[++i]);
-      float scale = 1.0f;
-      if (i + 1 < w.size()) {
-        char* end = nullptr;
-        double s = std::strtod(w[i + 1].c_str(), &end);
-        if (!w[i + 1].empty() && *end == '\0') {
-          scale = static_cast<float>(s);
-          ++i;
-        }
-      }
-      o.heading(degrees, scale);
-    } else if (w[i] == "name") {
-      need(1);
-      o.named(w[++i]);
-    } else if (w[i] == "relative") {
-      need(1);
-      o.relative(static_cast<float>(number(w[++i])));
-    } else if (w[i] == "matrix") {
-      need(1);
-      auto parts = commaList(w[++i]);
-      if (parts.size() != 12) throw std::runtime_error("matrix needs 12 values");
-      for (int k = 0; k < 12; ++k) o.transform[k] = static_cast<float>(number(parts[k]));
-    } else {
-      throw std::runtime_error("unknown object option " + w[i]);
+    std::size_t eq = w[i].find('=');
+    if (eq == std::string::npos) throw std::runtime_error("unknown object option " + w[i]);
+    std::string key = w[i].substr(0, eq), value = w[i].substr(eq + 1);
+    if (key == "name") {
+      o.named(value);
+      continue;
     }
+    std::vector<double> v;
+    for (const std::string& part : commaList(value)) v.push_back(number(part));
+    std::size_t wanted = key == "at" ? 3 : key == "matrix" ? 12 : key == "heading" && v.size() == 2 ? 2 : 1;
+    if (v.size() != wanted) throw std::runtime_error("a wrong count of values in " + w[i]);
+    if (key == "id") o.id = static_cast<std::int32_t>(v[0]);
+    else if (key == "at") o.at(static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2]));
+    else if (key == "heading") o.heading(v[0], v.size() == 2 ? static_cast<float>(v[1]) : 1.0f);
+    else if (key == "relative") o.relative(static_cast<float>(v[0]));
+    else if (key == "matrix") std::copy(v.begin(), v.end(), o.transform.begin());
+    else throw std::runtime_error("unknown object option " + key);
   }
 }
 

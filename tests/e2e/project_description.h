@@ -9,8 +9,8 @@
 //   template ID FILE [NAME] [type=N] [marker=N] [road] [outline=0xRRGGBB]
 //            [colour=0xRRGGBB] [unknown=N] [scale=FLAG,X,Y] [rotate=FLAG,X,Y]
 //            [orientation=FLAG,X,Y] [bounds=X,Y] [artificial=NAME,LB,x,y,z,...]
-//   object TEMPLATE [id N] [at X Y HEIGHT] [heading DEGREES [SCALE]]
-//          [name TEXT] [relative R] [matrix V1,...,V12]
+//   object TEMPLATE [id=N] [at=X,Y,HEIGHT] [heading=DEGREES[,SCALE]]
+//          [name=TEXT] [relative=R] [matrix=V1,...,V12]
 //   deleted [COUNT]
 #pragma once
 

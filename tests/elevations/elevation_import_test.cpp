@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "case_lines.h"
 #include "elevation_test_support.h"
 #include "stream_capture.h"
 #include "temp_dir.h"
@@ -55,15 +56,6 @@ std::string escaped(const std::string& text) {
   return out;
 }
 
-std::string unescaped(const std::string& text) {
-  std::string out;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    char c = text[i] == '\\' && i + 1 < text.size() ? text[++i] : '\0';
-    out += !c ? text[i] : c == 'r' ? '\r' : c == 'n' ? '\n' : c == 't' ? '\t' : c == 'v' ? '\v' : c;
-  }
-  return out;
-}
-
 }  // namespace
 
 // The cases and their results are in elevation_import_cases.txt beside this
@@ -82,7 +74,7 @@ TEST(ElevationImport, TextsAndWhatTheyLeave) {
     if (key != "text") continue;
     Vorlan project;
     makeGrid(project, columns, rows, 10.0f, std::vector<float>(std::size_t{columns} * rows, 7.0f));
-    Import r = readText(project, unescaped(line.substr(5)));
+    Import r = readText(project, unescapeCaseText(line.substr(5)));
     actual += "result " + std::to_string(r.result) + "\nerr " + escaped(r.err) + "\nheights " + heightText(r.heights) +
               "\nout " + escaped(r.out) + "\n";
   }

@@ -5,24 +5,11 @@
 
 #include <fstream>
 
+#include "case_lines.h"
 #include "config/config_test_helpers.h"
 #include "status.h"
 
 namespace {
-
-// "\n", "\r", "\t", "\0", "\\" and "\xHH" stand for their bytes; any other
-// backslash is a mistake in the file.
-std::string Unescape(const std::string& line) {
-  std::string bytes;
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    std::size_t escape = line[i] == '\\' && i + 1 < line.size() ? std::string("nrt0\\x").find(line[++i]) : 6;
-    if (escape == 5) bytes += static_cast<char>(std::stoi(line.substr(i + 1, 2), nullptr, 16)), i += 2;
-    else if (escape < 5) bytes += std::string("\n\r\t\0\\", 5)[escape];
-    else if (line[i] != '\\') bytes += line[i];
-    else ADD_FAILURE() << "an unknown escape in: " << line;
-  }
-  return bytes;
-}
 
 struct Case {
   int line = 0;
@@ -55,7 +42,7 @@ TEST(ConfigCases, EveryTextGivesItsTreeOrItsError) {
   for (std::string line; std::getline(in, line); last = line.empty() ? '#' : line[0]) {
     ++number;
     char kind = line.empty() ? '#' : line[0];
-    std::string rest = kind == '#' ? "" : Unescape(line.substr(std::min<std::size_t>(2, line.size())));
+    std::string rest = kind == '#' ? "" : unescapeCaseText(line.substr(std::min<std::size_t>(2, line.size())));
     if (kind == '>' && last == '>') cases.back().text += "\n" + rest;
     else if (kind == '>') cases.emplace_back(), cases.back().line = number, cases.back().text = rest;
     else if (kind != '#' && cases.empty()) ADD_FAILURE() << "a line before the first text: " << line;

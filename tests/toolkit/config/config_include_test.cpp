@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <sstream>
 
 #include "config/config_test_helpers.h"
 #include "status.h"
@@ -31,51 +32,29 @@ std::string ReadFiles(const TempDir& dir, const std::string& main, const Files& 
 
 }  // namespace
 
+// Each folder of include_cases/ holds the files of one case as they are and
+// `expected`: the file to read and the status on its first line, then the
+// tree or the error with the case's folder written "@".
 TEST(ConfigInclude, IncludesAndFilesGiveTheirTreeOrAnErrorNamingThePlace) {
-  const std::string bad = "#include \"bad.h\"\n";
-  const struct {
-    const char* main;
-    Files files;
-    int status;
-    std::string expected;
-  } rows[] = {
-      // Macros of an include hold after it; a '\\' path is tried with '/'.
-      {"main.txt",
-       {{"main.txt", "#include \"sub/defs.h\"\nclass Lib {\n  colour = RGB_RED;\n#include \"sub\\\\deeper\\\\body.h\"\n};\n"},
-        {"sub/defs.h", "#include \"more.h\"\n#define RGB_RED 0x0000FF\n"},
-        {"sub/more.h", "fromMore = 1;\n"},
-        {"sub/deeper/body.h", "  inner = FROM_MAIN;\r\n"}},
-       status::kOk, "fromMore=1 Lib{colour=255 inner=FROM_MAIN}"},
-      {"main.txt",
-       {{"main.txt", "#include \"guarded.h\"\n#include \"guarded.h\"\n#include \"count.h\"\n"},
-        {"guarded.h", "#ifndef GUARD\n#define GUARD\nclass Once {};\n#endif\n"},
-        {"count.h", "n = 1;\n"}},
-       status::kOk, "Once{} n=1"},
-      {"main.txt", {{"main.txt", "v = 1;\n#include   \"nope.h\"\n"}}, status::kConfigInclude,
-       "@/main.txt:2:12: cannot open include file \"nope.h\": no such file (looked for @/nope.h)"},
-      {"main.txt", {{"main.txt", "#include \"folder\"\n"}, {"folder/", ""}}, status::kConfigInclude,
-       "@/main.txt:1:10: cannot read include file \"folder\" (@/folder): is a folder, not a file or pipe"},
-      {"main.txt", {{"main.txt", "#include \"\"\n"}}, status::kConfigInclude, "@/main.txt:1:10: #include names no file"},
-      {"self.txt", {{"self.txt", "a = 1;\n#include \"self.txt\"\n"}}, status::kConfigInclude,
-       "@/self.txt:2:10: \"self.txt\" includes itself"},
-      {"a.txt", {{"a.txt", "#include \"sub/b.txt\"\n"}, {"sub/b.txt", "\n#include \"../a.txt\"\n"}}, status::kConfigInclude,
-       "@/sub/b.txt:2:10: including \"../a.txt\" here makes a cycle: @/a.txt -> @/sub/b.txt -> @/sub/../a.txt"},
-      {"main.txt", {{"main.txt", bad}, {"bad.h", "a = 1;\nb = \"open;\n"}}, status::kConfigSyntax,
-       "@/bad.h:2:5: unterminated string: no closing '\"' before the end of the line"},
-      // Conditionals close in the file that opens them; classes need not.
-      {"main.txt", {{"main.txt", bad + "#endif\n"}, {"bad.h", "#ifdef X\n"}}, status::kConfigSyntax,
-       "@/bad.h:1:1: #ifdef X is not closed: expected #endif before the end of the file"},
-      {"main.txt", {{"main.txt", bad + "  x = 1;\n"}, {"bad.h", "class A {\n"}}, status::kConfigSyntax,
-       "@/main.txt:3:1: expected '}' to close class 'A' (opened at @/bad.h:1:9), found end of file"},
-      {"missing.txt", {}, status::kCannotOpen, "@/missing.txt: cannot read the file: No such file or directory"},
-      {"folder", {{"folder/", ""}}, status::kCannotOpen, "@/folder: cannot read the file: is a folder, not a file or pipe"},
-  };
-  for (const auto& row : rows) {
-    TempDir dir;
-    int s;
-    EXPECT_EQ(ReadFiles(dir, row.main, row.files, s), row.expected);
-    EXPECT_EQ(s, row.status) << row.expected;
+  const std::filesystem::path cases = VORLAN_TOOLKIT_TESTS "/config/include_cases";
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(cases)) {
+    const std::string folder = entry.path().string(), name = entry.path().filename().string();
+    std::istringstream expected(readFileText(folder + "/expected"));
+    std::string main, text;
+    int status = -1;
+    expected >> main >> status;
+    expected.ignore(1 << 10, '\n');
+    std::getline(expected, text);
+    Tovisk reader;
+    int s = reader.rap_Create((folder + "/" + main).c_str(), 0, nullptr, nullptr, 0, nullptr);
+    std::string got = s ? reader.ErrorString(s) : TreeText(reader);
+    for (std::size_t at; (at = got.find(folder)) != std::string::npos;) got.replace(at, folder.size(), "@");
+    EXPECT_EQ(got, text) << name;
+    EXPECT_EQ(s, status) << name;
+    ++count;
   }
+  EXPECT_EQ(count, 12) << cases << " is missing or incomplete";
   Tovisk reader;
   EXPECT_EQ(reader.rap_Create(nullptr, 0, nullptr, nullptr, 0, nullptr), status::kCannotOpen);
 

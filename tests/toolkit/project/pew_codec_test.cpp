@@ -40,51 +40,6 @@ ProjectFixture richFixture() {
 
 }  // namespace
 
-TEST(PewCodec, FixtureOpensWithTheContentItDescribes) {
-  std::vector<unsigned char> bytes = richFixture().bytes();
-  Vorlan project;
-  MessageCapture::reset();
-  ASSERT_EQ(project.pew_Open("map.pew", 0, MessageCapture::sink, bytes.data(), bytes.size()), status::kOk);
-  EXPECT_EQ(MessageCapture::calls, 0);
-  ElevationGrid* grid = project.pew_get_elevations();
-  EXPECT_EQ(std::vector<unsigned>({grid->columns, grid->rows}), std::vector<unsigned>({5, 4}));
-  EXPECT_EQ(grid->heights[7], 7 * 1.25f - 3);
-  EXPECT_EQ(project.pew_get_gridsize(), 12.5f);
-
-  unsigned count = 0;
-  PewObjectTemplate* house = project.pew_get_template(&count);
-  PewObjectTemplate *road = project.pew_get_template(4), *gate = project.pew_get_template(2);
-  ASSERT_EQ(count, 3u);
-  ASSERT_TRUE(road && gate && house->next == road && road->next == gate);
-  EXPECT_STREQ(house->strModelFilename.Get(), "data\\house.p3d");
-  EXPECT_EQ(std::vector<unsigned>({house->ulOutlineColour, house->ulObjectColour, house->ulMarkerType}),
-            std::vector<unsigned>({0x0000FF, kDefaultColour, 1}));
-  EXPECT_NE(road->LodNamedSelections, 0);
-  EXPECT_EQ(road->RoadFrame.m[3][2], 12.0f);
-  EXPECT_EQ(road->XRoadFrame.m[0][0], -1.0f);
-  ASSERT_EQ(gate->ArtificialObjects.count, 2u);
-  auto* a = static_cast<PewArtificialObject*>(gate->ArtificialObjects.first);
-  EXPECT_STREQ(a->strName.Get(), "Gate");
-  EXPECT_EQ(a->lbUnknown, 7u);
-  ASSERT_EQ(a->StartEndPos.get_count(), 2u);
-  EXPECT_EQ(a->StartEndPos.points()[1].x, 3.0f);
-  EXPECT_EQ(gate->dblxyRandomScale.flag, 1);
-
-  PewObjects* objects = project.pew_get_objects();
-  EXPECT_EQ(objects->slotCount(), 6u);
-  PewObject* o = objects->pewobject_GetFirstValid();
-  EXPECT_EQ(o->objectId(), 1);
-  EXPECT_EQ(o->instanceName(), "front door");
-  EXPECT_EQ(std::vector<double>({o->transform().X(), o->transform().Y(), o->transform().Height()}),
-            std::vector<double>({10, 20, 5}));
-  EXPECT_DOUBLE_EQ(o->transform().GetDirectionInDegrees(), 90);
-  o = objects->pewobject_GetNextValid(o);
-  EXPECT_EQ(o->templateId(), 4u);
-  EXPECT_EQ(o->relativeHeight(), 0.25f);
-  EXPECT_EQ(o->unnamedA(), -1);
-  EXPECT_EQ(objects->pewobject_GetNextValid(objects->pewobject_GetNextValid(o)), nullptr);
-}
-
 TEST(PewCodec, UnchangedProjectWritesBackByteIdentical) {
   ProjectFixture v59 = richFixture().version59();
   // An empty text may be stored as a bare zero length instead of a lone NUL

@@ -31,55 +31,6 @@ int build(Morvik& world, const ProjectFixture& f, int version = 8, void (*change
 
 }  // namespace
 
-TEST(WorldWriter, ProjectsAreLaidOutByteByByte) {
-  const float negativeZero = std::copysign(0.0f, -1.0f);
-  const std::vector<float> odd = {negativeZero, 1e-45f, -3, 0, 1, 0, 0.1f, 0, 1, -7.5f, 1e30f, negativeZero};
-  ProjectFixture f;
-  f.grid(3, 2, 12.5f, {1, 2, 3, 4, 5, 6.25f});
-  f.addTemplate(4, "ca\\buildings\\house.p3d");
-  f.addTemplate(9, "tree\xE9.p3d");  // a name in the editor's code page, kept as stored
-  f.addObject(4).at(100, 200, 5).heading(90, 2);
-  f.addDeleted(2);
-  FixtureObject& oddObject = f.addObject(9);
-  oddObject.id = 77;
-  std::copy(odd.begin(), odd.end(), oddObject.transform.begin());
-  f.addObject(4).at(1, 2, 3);  // made invalid after loading
-  f.addObject(4).id = -5;
-  WorldBytes expected;
-  expected.header(3, 2, 12.5f);
-  for (float h : {1.0f, 2.0f, 3.0f, 4.0f, 5.0f, 6.25f}) expected.f32(h);
-  expected.u16(0).u16(0).u16(0).u16(0).u16(0).u16(0).emptySurfaceTable();
-  expected.object({0, 0, -2, 0, 2, 0, 2, 0, 0, 100, 5, 200}, 1, "ca\\buildings\\house.p3d");
-  expected.object(odd, 77, "tree\xE9.p3d");  // -0.0 and a denormal keep their bits
-  expected.object(kIdentity, -5, "ca\\buildings\\house.p3d").terminator();
-
-  ProjectFixture empty;  // no objects: header, grid and terminator only
-  empty.grid(2, 2, 4, {0, -1, 2, 3}).addTemplate(1, "unused.p3d");
-  empty.addDeleted(3);
-  WorldBytes header;
-  header.header(2, 2, 4).f32(0).f32(-1).f32(2).f32(3).u16(0).u16(0).u16(0).u16(0).emptySurfaceTable().terminator();
-
-  auto thirdInvalid = [](Vorlan& p) {
-    PewObjects* l = p.pew_get_objects();
-    l->pewobject_GetNextValid(l->pewobject_GetNextValid(l->pewobject_GetFirstValid()))->markInvalid();
-  };
-  struct {
-    const ProjectFixture& project;
-    void (*change)(Vorlan&);
-    const std::vector<unsigned char>& bytes;
-    std::size_t objects;
-  } const cases[] = {{f, thirdInvalid, expected.bytes, 3}, {empty, nullptr, header.bytes, 0}};
-  Morvik world;  // building again replaces the world
-  for (const auto& c : cases) {
-    ASSERT_EQ(build(world, c.project, 8, c.change), status::kOk);
-    EXPECT_EQ(world.objectCount(), c.objects);
-    TempDir dir;
-    ASSERT_EQ(world.wrp_Create(dir.file("map.wrp").c_str(), 8), status::kOk);
-    EXPECT_EQ(readFileBytes(dir.file("map.wrp")), c.bytes);
-    EXPECT_EQ(dir.names(), std::vector<std::string>{"map.wrp"});
-  }
-}
-
 TEST(WorldWriter, ProjectsThatCannotBeAWorldStopTheBuild) {
   struct Case {
     const char* what;

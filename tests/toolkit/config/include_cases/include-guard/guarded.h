@@ -1,0 +1,4 @@
+#ifndef GUARD
+#define GUARD
+class Once {};
+#endif

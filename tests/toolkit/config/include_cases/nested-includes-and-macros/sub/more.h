@@ -1,0 +1,1 @@
+fromMore = 1;
