@@ -225,7 +225,7 @@ TEST(BadInput, WorldChecker) {
   // named surfaces, one with model names of 1 MB and not UTF-8, and many
   // objects with IDs at the edges of the range (the terminator's own too).
   ProjectFixture many;
-  many.grid(4, 4, 1);
+  many.grid(480, 480, 1);  // heights read in one piece, shorter than a full one
   many.addTemplate(1, std::string(1 << 20, 'm'));
   many.addTemplate(2, "caf\xE9\xFF.p3d");
   for (std::int32_t id : {INT_MIN, -1, 0, INT_MAX}) many.addObject(1).id = id;
@@ -233,7 +233,7 @@ TEST(BadInput, WorldChecker) {
   const Row sound[] = {
       {good, status::kOk, "w.wrp: sound world 8WVR: land grid 2 x 2, terrain grid 2 x 2, cell size 50, 1 surface entry, 2 objects\n"},
       {surfaceWorld(2, 16), status::kOk, "w.wrp: sound world 8WVR: land grid 2 x 1, terrain grid 2 x 1, cell size 8, 3 surface entries, 1 objects\n"},
-      {writtenWorld(many), status::kOk, "w.wrp: sound world 8WVR: land grid 4 x 4, terrain grid 4 x 4, cell size 1, 1 surface entry, 5004 objects\n"},
+      {writtenWorld(many), status::kOk, "w.wrp: sound world 8WVR: land grid 480 x 480, terrain grid 480 x 480, cell size 1, 1 surface entry, 5004 objects\n"},
   };
   for (const Row& row : sound) {
     Outcome r = checkWorld(row.input);

@@ -66,6 +66,18 @@ TEST(ObjectList, MarkingInvalidKeepsTheSlotAndReductionRemovesIt) {
   }
 }
 
+// Handles come in blocks of 262144: a walk crosses into the next block also
+// where the first one ends in deleted slots.
+TEST(ObjectList, WalksCrossBlocksOfHandles) {
+  ProjectFixture f = withObjects(262140, 4);
+  f.addObject(1).id = -7;
+  Vorlan project;
+  load(project, f);
+  std::vector<int> ids = validIds(project.pew_get_objects());
+  EXPECT_EQ(ids.size(), 262141u);
+  EXPECT_EQ(ids.back(), -7);
+}
+
 TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
   ProjectFixture f = withObjects(2, 0);
   f.objects[0].id = 40;
