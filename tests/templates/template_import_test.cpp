@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "driver/run_state.h"
+#include "project_description.h"
 #include "status.h"
 #include "stream_capture.h"
 #include "template_test_support.h"
@@ -23,14 +24,7 @@ std::string withoutBanner(const std::string& text) {
   return text.substr(at);
 }
 
-ProjectFixture twoTemplates() {
-  ProjectFixture f;
-  f.grid(1, 1, 10.0f);
-  f.addTemplate(3, "data\\house.p3d", "house");
-  f.addTemplate(9, "data\\tree.p3d", "tree");
-  f.addObject(9);
-  return f;
-}
+ProjectFixture twoTemplates() { return describedProject(TEST_DATA_DIR "/two_templates.txt"); }
 
 TEST(TemplateImport, EveryKeyWithItsConversion) {
   ProjectRun run(twoTemplates());
