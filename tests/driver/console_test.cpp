@@ -19,16 +19,10 @@
 
 namespace {
 
-struct Answer {
-  int result;
-  std::string prompts;
-};
-
-Answer ask(const std::string& keys) {
+// The answer and the prompts it left on standard error.
+Captured ask(const std::string& keys) {
   InputFeed in(keys);
-  StreamCapture err(stderr);
-  int result = askYesNo("Delete %d objects?", 3);
-  return {result, err.finish()};
+  return captureRun([] { return askYesNo("Delete %d objects?", 3); });
 }
 
 TEST(PrintMessage, DropsCarriageReturnsOnlyAndNeverCuts) {
@@ -57,9 +51,9 @@ TEST(AskYesNo, KeysAndThePromptsTheyLeave) {
   };
   for (const auto& c : cases) {
     runOptions.pause = 1;
-    Answer a = ask(c.keys);
-    EXPECT_EQ(a.result, c.result) << c.keys;
-    EXPECT_EQ(a.prompts, c.prompts);
+    Captured a = ask(c.keys);
+    EXPECT_EQ(a.status, c.result) << c.keys;
+    EXPECT_EQ(a.err, c.prompts);
     EXPECT_EQ(runOptions.pause, static_cast<unsigned>(c.result)) << c.keys;
   }
   runOptions.pause = 0;
@@ -110,12 +104,10 @@ TEST(AskYesNo, EndOfInputWaitsQuietlyWithoutSpinning) {
 TEST(ConfirmAction, FolderThatCannotTakeFilesGivesZeroAndSaysWhy) {
   projectPath.Set("/nonexistent-folder/map.pew");
   runOptions.yes = 1;
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  EXPECT_EQ(confirmAction("Reducing"), 0);
-  EXPECT_EQ(err.finish(), "cannot save the project: cannot add a file to /nonexistent-folder/: No such file or "
-                          "directory; the project is unchanged\n");
-  out.finish();
+  Captured run = captureRun([] { return confirmAction("Reducing"); });
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err, "cannot save the project: cannot add a file to /nonexistent-folder/: No such file or "
+                     "directory; the project is unchanged\n");
   runOptions.yes = 0;
 }
 

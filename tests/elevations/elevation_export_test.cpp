@@ -23,11 +23,8 @@ struct Export {
 };
 
 Export exportTo(Vorlan& project, const std::string& name, unsigned format) {
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  int result = exportElevations(project, name.c_str(), format);
-  std::string errText = err.finish();
-  Export e{result, out.finish(), errText, ""};
+  Captured run = captureRun([&] { return exportElevations(project, name.c_str(), format); });
+  Export e{run.status, run.out, run.err, ""};
   if (std::filesystem::is_regular_file(name)) e.file = readFileText(name);
   return e;
 }

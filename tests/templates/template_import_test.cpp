@@ -110,13 +110,11 @@ TEST(TemplateImport, ProjectWithoutDataStopsTheImport) {
   Tovisk reader;
   runOptions.yes = 1;
   projectPath.Set(dir.file("map.pew"));
-  StreamCapture out(stdout), err(stderr);
-  int status = importTemplates(empty, reader, dir.file("lib.txt").c_str(), true);
-  std::string errText = err.finish();
+  Captured run = captureRun([&] { return importTemplates(empty, reader, dir.file("lib.txt").c_str(), true); });
   runOptions.yes = 0;
-  EXPECT_EQ(status, 1);
-  EXPECT_EQ(errText, "No Pew Data available\n");
-  EXPECT_EQ(out.finish(), "Importing Templates from " + dir.file("lib.txt") + "\nadding template objects.......\n");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "No Pew Data available\n");
+  EXPECT_EQ(run.out, "Importing Templates from " + dir.file("lib.txt") + "\nadding template objects.......\n");
 }
 
 }  // namespace
