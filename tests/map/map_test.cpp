@@ -30,18 +30,11 @@ Rgb at(Picture& p, std::uint32_t x, std::uint32_t y) {
   return {c[0], c[1], c[2]};
 }
 
-struct Outcome {
-  int status;
-  std::string errors;
-};
-
-Outcome runWith(std::vector<std::string> words) {
+Captured runWith(std::vector<std::string> words) {
   words.insert(words.begin(), "vorlan-map");
   std::vector<char*> argv;
   for (std::string& w : words) argv.push_back(w.data());
-  StreamCapture err(stderr);
-  int status = runMap(static_cast<int>(argv.size()), argv.data());
-  return {status, err.finish()};
+  return captureRun([&] { return runMap(static_cast<int>(argv.size()), argv.data()); });
 }
 
 }  // namespace
@@ -51,9 +44,9 @@ TEST(Map, DrawsGroundAndObjectsNorthUp) {
   TempDir dir;
   describedProject(TEST_DATA_DIR "/north_up.txt").writeTo(dir.file("map.pew"));
 
-  Outcome run = runWith({dir.file("map")});  // the picture goes beside the project
-  EXPECT_EQ(run.status, 0) << run.errors;
-  EXPECT_EQ(run.errors, "not drawn: 1 object deleted, 2 objects outside the grid\n" + dir.file("map.png") +
+  Captured run = runWith({dir.file("map")});  // the picture goes beside the project
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.err, "not drawn: 1 object deleted, 2 objects outside the grid\n" + dir.file("map.png") +
                             ": 4 x 3 pixels, 10 metres per pixel, 5 objects drawn\n");
   Picture p = readPng(dir.file("map.png"));
   ASSERT_EQ(p.width, 4u);
