@@ -16,7 +16,6 @@
 #include "driver/run_state.h"
 #include "input_feed.h"
 #include "stream_capture.h"
-#include "temp_dir.h"
 
 namespace {
 

@@ -1,6 +1,5 @@
 #include "objects/object_export.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>

@@ -13,10 +13,6 @@
 
 namespace {
 
-std::string library(const std::string& classes) {
-  return "#define ARTIFICIAL 2\r\n#define RGB_DEFAULT -1\r\nclass ObjectTemplate\r\n{\r\n" + classes + "};\r\n";
-}
-
 // The library text without its banner (the first three lines).
 std::string withoutBanner(const std::string& text) {
   std::size_t at = 0;
@@ -105,7 +101,8 @@ TEST(TemplateImport, LibrariesThatAddNothingLeaveTheProjectByteIdentical) {
 // always opens one first).
 TEST(TemplateImport, ProjectWithoutDataStopsTheImport) {
   TempDir dir;
-  writeFileText(dir.file("lib.txt"), library(" class B { strModelFilename=\"b.p3d\"; };\r\n"));
+  writeFileText(dir.file("lib.txt"),
+                "class ObjectTemplate\r\n{\r\n class B { strModelFilename=\"b.p3d\"; };\r\n};\r\n");
   Vorlan empty;  // nothing loaded
   Tovisk reader;
   runOptions.yes = 1;
