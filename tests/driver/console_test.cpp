@@ -11,24 +11,18 @@
 #include <string>
 #include <thread>
 
+#include "case_lines.h"
 #include "system/console_keys.h"
 #include "driver/run_state.h"
 #include "input_feed.h"
 #include "stream_capture.h"
-#include "temp_dir.h"
 
 namespace {
 
-struct Answer {
-  int result;
-  std::string prompts;
-};
-
-Answer ask(const std::string& keys) {
+// The answer and the prompts it left on standard error.
+Captured ask(const std::string& keys) {
   InputFeed in(keys);
-  StreamCapture err(stderr);
-  int result = askYesNo("Delete %d objects?", 3);
-  return {result, err.finish()};
+  return captureRun([] { return askYesNo("Delete %d objects?", 3); });
 }
 
 TEST(PrintMessage, DropsCarriageReturnsOnlyAndNeverCuts) {
@@ -39,28 +33,19 @@ TEST(PrintMessage, DropsCarriageReturnsOnlyAndNeverCuts) {
   EXPECT_EQ(out.finish(), "line 1\nnexttail\n" + long_text + "!");
 }
 
-// Y and N in either case answer; any other key repeats the whole prompt.
-// No clears the pause after the run, yes leaves it.
+// The keys of yes_no_keys.txt: Y and N in either case answer; any other key
+// repeats the whole prompt. No clears the pause after the run, yes leaves it.
 TEST(AskYesNo, KeysAndThePromptsTheyLeave) {
   runOptions.yes = 0;
-  const struct {
-    const char* keys;
-    int result;
-    std::string prompts;
-  } cases[] = {
-      {"n", 0, "Delete 3 objects? Y/N? n\n"},
-      {"N", 0, "Delete 3 objects? Y/N? N\n"},
-      {"y", 1, "Delete 3 objects? Y/N? y\n"},
-      {"Y", 1, "Delete 3 objects? Y/N? Y\n"},
-      {"xy", 1, "Delete 3 objects? Y/N? x\nDelete 3 objects? Y/N? y\n"},
-      {"\nn", 0, "Delete 3 objects? Y/N? \n\nDelete 3 objects? Y/N? n\n"},
-  };
-  for (const auto& c : cases) {
+  for (const std::string& line : caseLines(TEST_DATA_DIR "/yes_no_keys.txt", 6)) {
+    const std::size_t tab = line.find('\t');
+    ASSERT_NE(tab, std::string::npos) << line;
+    const int result = line.at(tab + 1) - '0';
     runOptions.pause = 1;
-    Answer a = ask(c.keys);
-    EXPECT_EQ(a.result, c.result) << c.keys;
-    EXPECT_EQ(a.prompts, c.prompts);
-    EXPECT_EQ(runOptions.pause, static_cast<unsigned>(c.result)) << c.keys;
+    Captured a = ask(line.substr(0, tab));
+    EXPECT_EQ(a.status, result) << line;
+    EXPECT_EQ(a.err, line.substr(tab + 3)) << line;
+    EXPECT_EQ(runOptions.pause, static_cast<unsigned>(result)) << line;
   }
   runOptions.pause = 0;
 }
@@ -110,12 +95,10 @@ TEST(AskYesNo, EndOfInputWaitsQuietlyWithoutSpinning) {
 TEST(ConfirmAction, FolderThatCannotTakeFilesGivesZeroAndSaysWhy) {
   projectPath.Set("/nonexistent-folder/map.pew");
   runOptions.yes = 1;
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  EXPECT_EQ(confirmAction("Reducing"), 0);
-  EXPECT_EQ(err.finish(), "cannot save the project: cannot add a file to /nonexistent-folder/: No such file or "
-                          "directory; the project is unchanged\n");
-  out.finish();
+  Captured run = captureRun([] { return confirmAction("Reducing"); });
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err, "cannot save the project: cannot add a file to /nonexistent-folder/: No such file or "
+                     "directory; the project is unchanged\n");
   runOptions.yes = 0;
 }
 

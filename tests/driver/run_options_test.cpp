@@ -25,9 +25,8 @@ Parsed parse(std::vector<std::string> words) {
   runOptions.pause = 0;
   std::vector<char*> argv;
   for (auto& w : words) argv.push_back(w.data());
-  StreamCapture err(stderr);
-  bool ok = parseOptions(static_cast<int>(argv.size()), argv.data());
-  return {ok, err.finish(), runOptions};
+  Captured run = captureRun([&] { return static_cast<int>(parseOptions(static_cast<int>(argv.size()), argv.data())); });
+  return {run.status != 0, run.err, runOptions};
 }
 
 // The settings other than the action, as one line.

@@ -11,11 +11,7 @@ RunResult runWith(std::vector<std::string> words, LibraryVersion library) {
   argv.push_back(nullptr);
   runOptions.yes = 0;
   runOptions.pause = 0;
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  int status = runProgram(static_cast<int>(words.size()), argv.data(), library);
-  std::string errText = err.finish();
-  return {status, out.finish(), errText};
+  return captureRun([&] { return runProgram(static_cast<int>(words.size()), argv.data(), library); });
 }
 
 std::string writeProject(const std::string& name, int objects) {

@@ -6,12 +6,9 @@
 #include <vector>
 
 #include "driver/program_entry.h"
+#include "stream_capture.h"
 
-struct RunResult {
-  int status;
-  std::string out;
-  std::string err;
-};
+using RunResult = Captured;
 
 // `words` are the arguments after the program name ("/opt/tools/vorlan").
 // The yes and pause settings are cleared first, as at process start.

@@ -69,7 +69,7 @@ TEST_P(Case, Runs) {
   };
   std::vector<unsigned char> before;
   if (fs::exists(source / "project.txt"))
-    before = readFileBytes(parseProjectDescription(readFileText((source / "project.txt").string())).writeTo(pew));
+    before = readFileBytes(describedProject((source / "project.txt").string()).writeTo(pew));
   // projects/<path>.txt becomes <path>.pew in the run folder.
   if (fs::exists(source / "projects")) {
     for (const auto& entry : fs::recursive_directory_iterator(source / "projects")) {
@@ -77,7 +77,7 @@ TEST_P(Case, Runs) {
       fs::path target = run.path() / fs::relative(entry.path(), source / "projects");
       target.replace_extension(".pew");
       fs::create_directories(target.parent_path());
-      parseProjectDescription(readFileText(entry.path().string())).writeTo(target.string());
+      describedProject(entry.path().string()).writeTo(target.string());
     }
   }
   if (fs::exists(source / "input"))
@@ -110,7 +110,7 @@ TEST_P(Case, Runs) {
     EXPECT_EQ(readFileBytes(pew), before) << "map.pew changed";
   }
   if (fs::exists(expected / "project.txt")) {
-    ProjectFixture want = parseProjectDescription(readFileText((expected / "project.txt").string()));
+    ProjectFixture want = describedProject((expected / "project.txt").string());
     EXPECT_EQ(readFileBytes(pew), want.bytes()) << "map.pew is not the project of expected/project.txt";
   }
   // Nothing but what the case expects may be left beside the project.

@@ -2,14 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cfloat>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <random>
 #include <string>
 
+#include "case_lines.h"
 #include "elevation_test_support.h"
 #include "elevations/height_text.h"
 #include "stream_capture.h"
@@ -23,11 +22,8 @@ struct Export {
 };
 
 Export exportTo(Vorlan& project, const std::string& name, unsigned format) {
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  int result = exportElevations(project, name.c_str(), format);
-  std::string errText = err.finish();
-  Export e{result, out.finish(), errText, ""};
+  Captured run = captureRun([&] { return exportElevations(project, name.c_str(), format); });
+  Export e{run.status, run.out, run.err, ""};
   if (std::filesystem::is_regular_file(name)) e.file = readFileText(name);
   return e;
 }
@@ -71,13 +67,10 @@ TEST(ElevationExport, WritesLargeGridsInPiecesWithoutLosingAByte) {
   EXPECT_FALSE(std::filesystem::exists(dir.file("big.grd")));
 }
 
+// The values of height_values.txt, then random ones.
 TEST(HeightText, MatchesPrintfOnAwkwardAndRandomValues) {
-  const float values[] = {0.0f, -0.0f, 0.005f, 0.015f, 0.125f, 0.375f, -0.125f, 2.675f, 1.005f, -0.001f, -0.004999f,
-                          0.994999f, 0.995f, 9.995f, 99.995f, -99.995f, 1e-45f, -1e-45f, FLT_MIN, 1.0f / 3.0f,
-                          // around 2^52 / 100, where the quick rounding hands over
-                          45035996273704.96f, 45035996273704.0f, 4.5035996e13f, 4.5036e13f, 16777217.0f,
-                          123456789.0f, 1e20f, -1e20f, 3e38f, FLT_MAX, -FLT_MAX, INFINITY, -INFINITY, NAN, -NAN};
-  for (float v : values) {
+  for (const std::string& text : caseLines(TEST_DATA_DIR "/height_values.txt", 35)) {
+    const float v = std::strtof(text.c_str(), nullptr);
     EXPECT_EQ(formatted(v, 0), printed("%.2f", v)) << v;
     EXPECT_EQ(formatted(v, 11), printed("%11.2f", v)) << v;
   }

@@ -26,16 +26,12 @@ Import readText(Vorlan& project, const std::string& text) {
   TempDir dir;
   std::string name = dir.file("grid.txt");
   writeFileText(name, text);
-  StreamCapture out(stdout);
-  StreamCapture err(stderr);
-  int result = readElevationFile(project, name.c_str());
-  std::string errText = err.finish();
-  std::string outText = out.finish();
+  Captured run = captureRun([&] { return readElevationFile(project, name.c_str()); });
   // Messages name the file; tests see it as "grid.txt".
-  for (std::string* s : {&outText, &errText}) {
+  for (std::string* s : {&run.out, &run.err}) {
     for (std::size_t at; (at = s->find(name)) != std::string::npos;) s->replace(at, name.size(), "grid.txt");
   }
-  return {result, outText, errText, heightsOf(project)};
+  return {run.status, run.out, run.err, heightsOf(project)};
 }
 
 // The heights as text, "%g" each, so that NaNs and signed zeros compare too.

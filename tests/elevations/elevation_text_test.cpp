@@ -112,20 +112,17 @@ TEST(HeaderLines, LongLinesAreCutButPassedOverWholeAndNoReadPassesTheEnd) {
   EXPECT_EQ(columns, 12);
 }
 
+// The lines of xyz_points.txt, read as one file, give their points.
 TEST(HeaderLines, XyzPointsSkipNumbersByDigitsAndPoints) {
-  std::string points;
-  read(
-      "       0.00        0.00      -12.50\r\n"
-      "  -10.5 20.25 -0.5\r\n"
-      "1e2 7 9\r\n"
-      "3 4\r\n"
-      "5 6 7",
-      [&points](ElevationText& t) {
-        XyzPoint p;
-        char line[100];
-        while (t.readXyzLine(p)) points.append(line, std::snprintf(line, sizeof line, "%g %g %g, ", p.x, p.y, p.z));
-      });
-  // y is read at the exponent of "1e2"; a missing number is 0, not the next
-  // line's; the last line needs no line end.
-  EXPECT_EQ(points, "0 0 -12.5, -10.5 20.25 -0.5, 100 0 7, 3 4 0, 5 6 7, ");
+  std::string text, expected, points;
+  for (const std::string& line : caseLines(TEST_DATA_DIR "/xyz_points.txt", 5)) {
+    text += (text.empty() ? "" : "\r\n") + line.substr(0, line.find('\t'));
+    expected += line.substr(line.find('\t') + 1) + ", ";
+  }
+  read(text, [&points](ElevationText& t) {
+    XyzPoint p;
+    char line[100];
+    while (t.readXyzLine(p)) points.append(line, std::snprintf(line, sizeof line, "%g %g %g, ", p.x, p.y, p.z));
+  });
+  EXPECT_EQ(points, expected);
 }

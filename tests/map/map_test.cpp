@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "fixture_builder.h"
 #include "map/map_program.h"
 #include "map/object_dots.h"
 #include "map/relief.h"
+#include "project_description.h"
 #include "stream_capture.h"
 #include "temp_dir.h"
 
@@ -30,50 +30,23 @@ Rgb at(Picture& p, std::uint32_t x, std::uint32_t y) {
   return {c[0], c[1], c[2]};
 }
 
-struct Outcome {
-  int status;
-  std::string errors;
-};
-
-Outcome runWith(std::vector<std::string> words) {
+Captured runWith(std::vector<std::string> words) {
   words.insert(words.begin(), "vorlan-map");
   std::vector<char*> argv;
   for (std::string& w : words) argv.push_back(w.data());
-  StreamCapture err(stderr);
-  int status = runMap(static_cast<int>(argv.size()), argv.data());
-  return {status, err.finish()};
+  return captureRun([&] { return runMap(static_cast<int>(argv.size()), argv.data()); });
 }
 
 }  // namespace
 
-// A 4 x 3 grid, spacing 10: water in the south-west corner, the peak
-// (its slope facing the light) in the south-east one, and one object of each kind in
-// its own cell.
+// The project of north_up.txt: water, a peak and one object of each kind.
 TEST(Map, DrawsGroundAndObjectsNorthUp) {
   TempDir dir;
-  ProjectFixture f;
-  f.grid(4, 3, 10, {-5, 0, 0, 10,  // row 0, the southern edge
-                    0, 0, 0, 0,    //
-                    0, 0, 0, 0});
-  f.addTemplate(1, "tree.p3d").objectType = 1;
-  f.addTemplate(2, "house.p3d").objectType = 2;
-  f.addTemplate(3, "road.p3d").objectType = 3;
-  FixtureTemplate& painted = f.addTemplate(4, "lamp.p3d");
-  painted.objectType = 2;
-  painted.objectColour = 0x00FF8010;  // 0x00BBGGRR
-  f.addObject(4).at(15, 25, 0);   // cell (1, 2): the top row
-  f.addObject(1).at(29.9f, 0, 0);  // cell (2, 0): the bottom row
-  f.addObject(2).at(5, 15, 0);
-  f.addObject(3).at(35, 15, 0);
-  f.addObject(9).at(25, 15, 0);    // no such template
-  f.addObject(1).at(-0.1f, 5, 0);  // west of the grid
-  f.addObject(1).at(40, 5, 0);     // east of it
-  f.addDeleted();
-  f.writeTo(dir.file("map.pew"));
+  describedProject(TEST_DATA_DIR "/north_up.txt").writeTo(dir.file("map.pew"));
 
-  Outcome run = runWith({dir.file("map")});  // the picture goes beside the project
-  EXPECT_EQ(run.status, 0) << run.errors;
-  EXPECT_EQ(run.errors, "not drawn: 1 object deleted, 2 objects outside the grid\n" + dir.file("map.png") +
+  Captured run = runWith({dir.file("map")});  // the picture goes beside the project
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.err, "not drawn: 1 object deleted, 2 objects outside the grid\n" + dir.file("map.png") +
                             ": 4 x 3 pixels, 10 metres per pixel, 5 objects drawn\n");
   Picture p = readPng(dir.file("map.png"));
   ASSERT_EQ(p.width, 4u);

@@ -1,15 +1,14 @@
 #include "objects/object_export.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <cstdlib>
-#include <random>
 
 #include "object_test_support.h"
+#include "project_description.h"
 #include "stream_capture.h"
 
 namespace {
@@ -30,50 +29,12 @@ ObjectLayout layoutOf(int format, int separator, bool header, bool columnate) {
   return l;
 }
 
-// Objects of every kind the layouts treat differently: long and short names,
-// folders, names without extension, instance names, negative and huge
-// values, negative zeros, random rotations and scales.
-ProjectFixture varied(unsigned seed, int count) {
-  ProjectFixture f;
-  f.grid(2, 2, 10.0f);
-  f.addTemplate(1, "ca\\buildings\\house_with_a_long_name.p3d");
-  f.addTemplate(2, "tree.p3d");
-  f.addTemplate(5, "rocks\\stone");
-  f.addTemplate(9, "a.b.c.p3d");
-  // The engine's output is the same everywhere, unlike the distributions'.
-  std::mt19937 random(seed);
-  auto any = [&] { return static_cast<float>(static_cast<int>(random() % 2000001) - 1000000) / 10.0f; };
-  auto unit = [&] { return static_cast<float>(static_cast<int>(random() % 20001) - 10000) / 10000.0f; };
-  const std::uint32_t ids[] = {1, 2, 5, 9};
-  for (int i = 0; i < count; ++i) {
-    FixtureObject& o = f.addObject(ids[random() % 4]);
-    switch (random() % 10) {
-      case 0:  // any values in a sane range, rows included
-        for (float& v : o.transform) v = any();
-        break;
-      case 1:
-        o.at(-0.0f, 0.004999f, -0.005f).heading(0, 1);
-        o.transform[2] = -0.0f;
-        break;
-      case 2:
-        o.at(1.0e9f, -1.0e9f, 123456.789f).heading(359.999, 10.5f);
-        break;
-      default:
-        o.at(any(), any(), unit() * 500).heading(unit() * 720, 0.5f + unit() * 0.4f);
-        break;
-    }
-    if (random() % 10 == 0) o.named("inst" + std::to_string(i));
-    if (random() % 10 < 3) o.relative(unit() * 100);
-  }
-  return f;
-}
-
 }  // namespace
 
-// Every layout of a varied project, byte for byte, against the approved texts
-// beside this test (VORLAN_UPDATE_EXPECTED=1 rewrites them).
+// Every layout of the project of varied_objects.txt, byte for byte, against
+// the approved texts beside this test (VORLAN_UPDATE_EXPECTED=1 rewrites them).
 TEST(ObjectExport, EveryLayoutByteForByte) {
-  OpenedProject p(varied(7, 30));
+  OpenedProject p(describedProject(std::string(TEST_DATA_DIR) + "/varied_objects.txt"));
   std::string all;
   int i = 0;
   for (int format = 0; format <= 3; ++format)

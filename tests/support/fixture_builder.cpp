@@ -80,27 +80,17 @@ FixtureObject& FixtureObject::at(float x, float y, float height) {
 
 FixtureObject& FixtureObject::heading(double degrees, float scale) {
   // Exact values at the quarter turns, as an editor would store them.
-  double c, s;
+  static const double kQuarterTurns[4][2] = {{1, 0}, {0, 1}, {-1, 0}, {0, -1}};
   double r = std::fmod(degrees, 360.0);
   if (r < 0) r += 360.0;
-  if (r == 0) { c = 1; s = 0; }
-  else if (r == 90) { c = 0; s = 1; }
-  else if (r == 180) { c = -1; s = 0; }
-  else if (r == 270) { c = 0; s = -1; }
-  else {
-    c = std::cos(r * std::numbers::pi / 180.0);
-    s = std::sin(r * std::numbers::pi / 180.0);
-  }
+  const bool quarter = std::fmod(r, 90.0) == 0;
+  const double* turn = kQuarterTurns[quarter ? static_cast<int>(r / 90) % 4 : 0];  // r may round up to 360
+  const double c = quarter ? turn[0] : std::cos(r * std::numbers::pi / 180.0);
+  const double s = quarter ? turn[1] : std::sin(r * std::numbers::pi / 180.0);
   auto f = [](double v) { return v == 0 ? 0.0f : static_cast<float>(v); };
-  transform[0] = f(c * scale);
-  transform[1] = 0;
-  transform[2] = f(-s * scale);
-  transform[3] = 0;
-  transform[4] = scale;
-  transform[5] = 0;
-  transform[6] = f(s * scale);
-  transform[7] = 0;
-  transform[8] = f(c * scale);
+  // The rotation about the vertical axis, scaled; the position stays.
+  transform = {f(c * scale), 0, f(-s * scale), 0, scale, 0, f(s * scale), 0, f(c * scale),
+               transform[9], transform[10], transform[11]};
   return *this;
 }
 

@@ -11,6 +11,13 @@ StreamCapture::StreamCapture(FILE* stream) : stream_(stream), fd_(fileno(stream)
 
 StreamCapture::~StreamCapture() { finish(); }
 
+Captured captureRun(const std::function<int()>& body) {
+  StreamCapture out(stdout), err(stderr);
+  int status = body();
+  std::string errText = err.finish();
+  return {status, out.finish(), errText};
+}
+
 std::string StreamCapture::finish() {
   if (saved_ < 0) return text_;
   std::fflush(stream_);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <string>
 
 class StreamCapture {
@@ -22,3 +23,10 @@ class StreamCapture {
   FILE* file_ = nullptr;
   std::string text_;
 };
+
+// What `body` returned and wrote to standard output and standard error.
+struct Captured {
+  int status;
+  std::string out, err;
+};
+Captured captureRun(const std::function<int()>& body);

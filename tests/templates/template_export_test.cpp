@@ -18,10 +18,8 @@ struct Exported {
 };
 
 Exported exportOf(Vorlan& project, const std::string& file) {
-  StreamCapture out(stdout), err(stderr);
-  int status = exportTemplates(project, file.c_str(), project.GetIO());
-  std::string errText = err.finish();
-  return {status, out.finish(), errText, status == 0 ? readFileText(file) : ""};
+  Captured run = captureRun([&] { return exportTemplates(project, file.c_str(), project.GetIO()); });
+  return {run.status, run.out, run.err, run.status == 0 ? readFileText(file) : ""};
 }
 
 // The template classes of a library: what stands between the two lines of
@@ -91,10 +89,10 @@ TEST_F(TemplateExport, MembersOnlyTheStoreHolds) {
 TEST_F(TemplateExport, AFullDiskIsReportedNotPassedOffAsDone) {
   if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full here";
   add(1, "m.p3d", "m");
-  StreamCapture out(stdout), err(stderr);
-  EXPECT_EQ(exportTemplates(project, "/dev/full", project.GetIO()), 1);
-  EXPECT_EQ(err.finish(), "error: cannot write /dev/full\n");
-  EXPECT_EQ(out.finish().find("done"), std::string::npos);
+  Exported e = exportOf(project, "/dev/full");
+  EXPECT_EQ(e.status, 1);
+  EXPECT_EQ(e.err, "error: cannot write /dev/full\n");
+  EXPECT_EQ(e.out.find("done"), std::string::npos);
   EXPECT_EQ(access("/dev/full", F_OK), 0);  // never removed
 }
 

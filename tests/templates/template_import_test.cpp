@@ -6,15 +6,12 @@
 #include <filesystem>
 
 #include "driver/run_state.h"
+#include "project_description.h"
 #include "status.h"
 #include "stream_capture.h"
 #include "template_test_support.h"
 
 namespace {
-
-std::string library(const std::string& classes) {
-  return "#define ARTIFICIAL 2\r\n#define RGB_DEFAULT -1\r\nclass ObjectTemplate\r\n{\r\n" + classes + "};\r\n";
-}
 
 // The library text without its banner (the first three lines).
 std::string withoutBanner(const std::string& text) {
@@ -23,14 +20,7 @@ std::string withoutBanner(const std::string& text) {
   return text.substr(at);
 }
 
-ProjectFixture twoTemplates() {
-  ProjectFixture f;
-  f.grid(1, 1, 10.0f);
-  f.addTemplate(3, "data\\house.p3d", "house");
-  f.addTemplate(9, "data\\tree.p3d", "tree");
-  f.addObject(9);
-  return f;
-}
+ProjectFixture twoTemplates() { return describedProject(TEST_DATA_DIR "/two_templates.txt"); }
 
 TEST(TemplateImport, EveryKeyWithItsConversion) {
   ProjectRun run(twoTemplates());
@@ -111,18 +101,17 @@ TEST(TemplateImport, LibrariesThatAddNothingLeaveTheProjectByteIdentical) {
 // always opens one first).
 TEST(TemplateImport, ProjectWithoutDataStopsTheImport) {
   TempDir dir;
-  writeFileText(dir.file("lib.txt"), library(" class B { strModelFilename=\"b.p3d\"; };\r\n"));
+  writeFileText(dir.file("lib.txt"),
+                "class ObjectTemplate\r\n{\r\n class B { strModelFilename=\"b.p3d\"; };\r\n};\r\n");
   Vorlan empty;  // nothing loaded
   Tovisk reader;
   runOptions.yes = 1;
   projectPath.Set(dir.file("map.pew"));
-  StreamCapture out(stdout), err(stderr);
-  int status = importTemplates(empty, reader, dir.file("lib.txt").c_str(), true);
-  std::string errText = err.finish();
+  Captured run = captureRun([&] { return importTemplates(empty, reader, dir.file("lib.txt").c_str(), true); });
   runOptions.yes = 0;
-  EXPECT_EQ(status, 1);
-  EXPECT_EQ(errText, "No Pew Data available\n");
-  EXPECT_EQ(out.finish(), "Importing Templates from " + dir.file("lib.txt") + "\nadding template objects.......\n");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "No Pew Data available\n");
+  EXPECT_EQ(run.out, "Importing Templates from " + dir.file("lib.txt") + "\nadding template objects.......\n");
 }
 
 }  // namespace

@@ -20,13 +20,11 @@ TEST(ReduceTemplates, ATemplateTheStoreCannotRemoveStopsWithoutSaving) {
   p.pew_add_template(3);
   runOptions.yes = 1;
   projectPath.Set(dir.file("map.pew"));
-  StreamCapture out(stdout), err(stderr);
-  int status = reduceTemplates(p);
-  std::string errText = err.finish();
+  Captured run = captureRun([&] { return reduceTemplates(p); });
   runOptions.yes = 0;
-  EXPECT_EQ(status, 1);
-  EXPECT_EQ(errText, "Cannot delete chain\n");
-  EXPECT_EQ(out.finish(), "Reducing templates\n");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "Cannot delete chain\n");
+  EXPECT_EQ(run.out, "Reducing templates\n");
   EXPECT_EQ(templateIds(p), (std::vector<std::uint32_t>{77, 3}));  // the first stays removed in memory
   EXPECT_FALSE(std::filesystem::exists(dir.file("map.pew")));
 }

@@ -7,8 +7,6 @@
 
 #include "../driver/run_test_support.h"
 #include "fixture_builder.h"
-#include "message_capture.h"
-#include "status.h"
 #include "temp_dir.h"
 #include "project/vorlan.h"
 
@@ -24,10 +22,6 @@ class ProjectRun {
     return runWith(words);
   }
   std::vector<unsigned char> bytes() const { return readFileBytes(pew()); }
-  // Opens the project as the file holds it now.
-  bool open(Vorlan& project) const {
-    return project.pew_Open(pew().c_str(), 0, MessageCapture::sink, nullptr, 0) == status::kOk;
-  }
 
   TempDir dir;
 };

@@ -8,7 +8,7 @@
 
 #include "config/config_reader.h"
 #include "config/config_test_helpers.h"
-#include "fixture_builder.h"
+#include "project_description.h"
 #include "reader_outcome.h"
 #include "temp_dir.h"
 #include "world/world_bytes.h"
@@ -27,19 +27,7 @@ std::vector<unsigned char> writtenWorld(const ProjectFixture& f) {
   return readFileBytes(dir.file("w.wrp"));
 }
 
-// A grid, a road template with an artificial object, a tree and three slots.
-ProjectFixture sampleProject() {
-  ProjectFixture f;
-  f.grid(4, 4, 10);
-  auto& road = f.addTemplate(1, "data\\road.p3d", "road");
-  road.road = true;
-  road.artificial.push_back({"Rail", 1, {{1, 2, 3}}});
-  f.addTemplate(2, "data\\tree.p3d", "tree");
-  f.addObject(1).at(1, 2, 3).named("abc");
-  f.addDeleted();
-  f.addObject(2);
-  return f;
-}
+ProjectFixture sampleProject() { return describedProject(VORLAN_TOOLKIT_TESTS "/projects/sample.txt"); }
 
 template <typename Change>
 std::vector<unsigned char> sampleWith(Change change) {
@@ -63,18 +51,8 @@ struct Row {
   std::string message;
 };
 
-// A 2 x 2 world with two objects: heights at byte 24, surface indexes at 40,
-// the surface table at 48, the object records at 56 and 117.
+// Offsets in the world of projects/small_world.txt.
 constexpr std::size_t kIndexes = 40, kTable = 48, kFirst = 56, kSecond = 117;
-std::vector<unsigned char> smallWorld() {
-  ProjectFixture f;
-  f.grid(2, 2, 50, {1, 2, 3, 4});
-  f.addTemplate(1, "a.p3d");
-  f.addTemplate(2, "bb.p3d");
-  f.addObject(1).at(10, 20, 30).heading(45);
-  f.addObject(2).id = -1;
-  return writtenWorld(f);
-}
 
 // A 2 x 1 world with a surface table of three named entries.
 std::vector<unsigned char> surfaceWorld(std::uint16_t lastIndex, std::int32_t secondNameLength) {
@@ -157,7 +135,7 @@ TEST(BadInput, ProjectReader) {
 }
 
 TEST(BadInput, WorldChecker) {
-  const std::vector<unsigned char> good = smallWorld();
+  const std::vector<unsigned char> good = writtenWorld(describedProject(VORLAN_TOOLKIT_TESTS "/projects/small_world.txt"));
   const std::string damaged = "w.wrp: damaged world file at byte ";
   std::vector<unsigned char> badIndexes = good, trailing = good;
   badIndexes[kIndexes + 6] = 9;  // the last index, and a smaller bad one before it

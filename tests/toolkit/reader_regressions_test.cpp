@@ -2,7 +2,6 @@
 // found by the fuzz targets in fuzz/). Every kept input must fail cleanly: a
 // reader status, exactly one message, nothing left loaded; the named cases
 // below also check what the message says.
-#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 

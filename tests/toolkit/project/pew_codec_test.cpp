@@ -5,35 +5,20 @@
 
 #include "fixture_builder.h"
 #include "message_capture.h"
+#include "project_description.h"
 #include "status.h"
 #include "temp_dir.h"
 #include "project/vorlan.h"
 
 namespace {
 
+// The project of projects/rich.txt with what its language cannot say.
 ProjectFixture richFixture() {
-  ProjectFixture f;
-  f.grid(5, 4, 12.5f);
-  for (std::size_t i = 0; i < f.heights.size(); ++i) f.heights[i] = static_cast<float>(i) * 1.25f - 3;
+  ProjectFixture f = describedProject(VORLAN_TOOLKIT_TESTS "/projects/rich.txt");
   f.extra = {0.5f};  // 20 cells give one extra value: kept, whatever it holds
   f.afterExtra = 77;
-  auto& house = f.addTemplate(1, "data\\house.p3d", "house");
-  house.outlineColour = 0x0000FF;
-  house.markerType = 1;
-  auto& road = f.addTemplate(4, "data\\road.p3d", "road 1");
-  road.road = true;
-  road.objectType = 3;
-  road.roadFrame = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-  road.xroadFrame = {-1, -2, -3, -4, -5, -6, -7, -8, -9, -10, -11, -12};
-  auto& gate = f.addTemplate(2, "data\\gate.p3d", "gate");
-  gate.artificial.push_back({"Gate", 7, {{1, 0, 2}, {3, 0, 4}}});
-  gate.artificial.push_back({"", 0, {}});
-  gate.randomScaleFlag = 1;
-  f.addObject(1).at(10, 20, 5).heading(90, 2).named("front door");
-  f.addDeleted(2);
-  f.addObject(4).at(-3.5f, 7, 1).relative(0.25f);
-  f.addObject(2).at(1, 2, 3).heading(33.3);
-  f.addDeleted();
+  f.templates[1].roadFrame = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+  f.templates[1].xroadFrame = {-1, -2, -3, -4, -5, -6, -7, -8, -9, -10, -11, -12};
   f.tail = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 0xFF, 0};
   return f;
 }

@@ -40,6 +40,13 @@ ProjectFixture withObjects(int valid, int deleted) {
   return f;
 }
 
+// Loads objects of the given IDs, in that order.
+void loadIds(Vorlan& project, const std::vector<int>& ids) {
+  ProjectFixture f = withObjects(static_cast<int>(ids.size()), 0);
+  for (std::size_t i = 0; i < ids.size(); ++i) f.objects[i].id = ids[i];
+  load(project, f);
+}
+
 }  // namespace
 
 TEST(ObjectList, MarkingInvalidKeepsTheSlotAndReductionRemovesIt) {
@@ -79,11 +86,8 @@ TEST(ObjectList, WalksCrossBlocksOfHandles) {
 }
 
 TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
-  ProjectFixture f = withObjects(2, 0);
-  f.objects[0].id = 40;
-  f.objects[1].id = 7;
   Vorlan project;
-  load(project, f);
+  loadIds(project, {40, 7});
   PewObjects* list = project.pew_get_objects();
   PewObject* first = list->AddPewObject();
   EXPECT_EQ(first->objectId(), 41);
@@ -106,13 +110,8 @@ TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
   EXPECT_EQ(reduce(list), 42875);
 
   // When the highest possible ID is taken, the lowest free one is used.
-  ProjectFixture full = withObjects(4, 0);
-  full.objects[0].id = INT_MAX;
-  full.objects[1].id = 0;
-  full.objects[2].id = 1;
-  full.objects[3].id = 3;
   Vorlan other;
-  load(other, full);
+  loadIds(other, {INT_MAX, 0, 1, 3});
   PewObjects* gaps = other.pew_get_objects();
   EXPECT_EQ(gaps->AddPewObject()->objectId(), 2);
   EXPECT_EQ(gaps->AddPewObject()->objectId(), 4);
@@ -124,11 +123,8 @@ TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
   EXPECT_EQ(*filled.begin(), 5);
   EXPECT_EQ(*filled.rbegin(), 200004);
   // The lowest free ID may be 0.
-  ProjectFixture noZero = withObjects(2, 0);
-  noZero.objects[0].id = INT_MAX;
-  noZero.objects[1].id = 1;
   Vorlan third;
-  load(third, noZero);
+  loadIds(third, {INT_MAX, 1});
   EXPECT_EQ(third.pew_get_objects()->AddPewObject()->objectId(), 0);
 }
 

@@ -4,7 +4,7 @@
 
 #include <bit>
 #include <cmath>
-#include <cstring>
+#include <cstdlib>
 #include <limits>
 #include <random>
 #include <sstream>

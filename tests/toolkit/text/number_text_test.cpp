@@ -6,13 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 #include <random>
 #include <string>
 #include <vector>
@@ -46,10 +46,7 @@ bool sameAsPrintf(double value, Field field) {
 }
 
 bool sameInEveryExportField(double value) {
-  for (Field field : kExportFields) {
-    if (!sameAsPrintf(value, field)) return false;
-  }
-  return true;
+  return std::all_of(std::begin(kExportFields), std::end(kExportFields), [&](Field f) { return sameAsPrintf(value, f); });
 }
 
 bool sameAsStrtod(const std::string& text) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "case_lines.h"
+
 using namespace utfConvertors;
 
 TEST(UtfConvertors, ConsoleConversionByCharset) {
@@ -23,16 +25,11 @@ TEST(UtfConvertors, ConsoleConversionByCharset) {
   EXPECT_EQ(convert_if_local_codepage("plain ascii"), "plain ascii");
 }
 
+// The texts of utf8_texts.txt are good or bad UTF-8 as they say.
 TEST(UtfConvertors, ValidationAndWideText) {
   auto valid = [](const std::string& s) { return is_valid_utf8(s.data(), s.size()); };
-  // The first and last code points of each length, and around the surrogates.
-  for (const char* good : {"", "\x7f", "\xc2\x80", "\xdf\xbf", "\xe0\xa0\x80", "\xed\x9f\xbf", "\xee\x80\x80",
-                           "\xef\xbf\xbf", "\xf0\x90\x80\x80", "\xf4\x8f\xbf\xbf"})
-    EXPECT_TRUE(valid(good)) << good;
-  // Overlong, a surrogate, above U+10FFFF, cut short, a lone continuation.
-  for (const char* bad : {"\xc0\xaf", "\xc1\xbf", "\xe0\x9f\xbf", "\xf0\x8f\xbf\xbf", "\xed\xa0\x80", "\xed\xbf\xbf",
-                          "\xf4\x90\x80\x80", "\xf5\x80\x80\x80", "\xe2\x82", "\x80", "\xff"})
-    EXPECT_FALSE(valid(bad)) << bad;
+  for (const std::string& line : caseLines(VORLAN_TOOLKIT_TESTS "/text/utf8_texts.txt", 20))
+    EXPECT_EQ(valid(line.substr(line.find('\t') + 1)), line.starts_with("good\t")) << line;
   EXPECT_EQ(sbcs_to_unicode("A\x80\xe9\x81\x9f", -1), std::wstring(L"A\u20ac\u00e9\u0081\u0178"));
   EXPECT_EQ(sbcs_to_unicode("abc", 1), L"a");
   EXPECT_EQ(sbcs_to_unicode(nullptr, -1), L"");

@@ -26,8 +26,6 @@ struct WorldBytes {
   WorldBytes& header(std::int32_t columns, std::int32_t rows, float cellSize, const char* signature = "8WVR") {
     return text(signature).i32(columns).i32(rows).i32(columns).i32(rows).f32(cellSize);
   }
-  // A surface table with only the empty entry.
-  WorldBytes& emptySurfaceTable() { return i32(1).i32(0); }
   WorldBytes& object(const std::vector<float>& transform, std::int32_t id, const std::string& name) {
     for (float v : transform) f32(v);
     return i32(id).i32(static_cast<std::int32_t>(name.size())).text(name);

@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "temp_dir.h"
+
 namespace {
 
 double number(const std::string& text) {
@@ -161,3 +163,5 @@ ProjectFixture parseProjectDescription(const std::string& text) {
   }
   return f;
 }
+
+ProjectFixture describedProject(const std::string& path) { return parseProjectDescription(readFileText(path)); }

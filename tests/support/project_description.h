@@ -1,10 +1,8 @@
-// Reads the small text that describes an end-to-end case's project into a
-// ProjectFixture. One statement per line; '#' starts a comment; words with
-// blanks go in double quotes:
+// Reads the small text that describes a test's project (an end-to-end case's,
+// or a case file beside a unit test) into a ProjectFixture. One statement per
+// line; '#' starts a comment; words with blanks go in double quotes:
 //
 //   version 59
-// (the word after FILE is the name unless it holds "="; give "" for no name
-// before options)
 //   grid COLUMNS ROWS SPACING [HEIGHT ...]
 //   template ID FILE [NAME] [type=N] [marker=N] [road] [outline=0xRRGGBB]
 //            [colour=0xRRGGBB] [unknown=N] [scale=FLAG,X,Y] [rotate=FLAG,X,Y]
@@ -12,6 +10,9 @@
 //   object TEMPLATE [id=N] [at=X,Y,HEIGHT] [heading=DEGREES[,SCALE]]
 //          [name=TEXT] [relative=R] [matrix=V1,...,V12]
 //   deleted [COUNT]
+//
+// The word after FILE is the name unless it holds "="; give "" for no name
+// before options.
 #pragma once
 
 #include <string>
@@ -21,6 +22,8 @@
 
 // Throws std::runtime_error naming the line on a statement it cannot read.
 ProjectFixture parseProjectDescription(const std::string& text);
+// The project described in the file `path`; throws when it cannot be read.
+ProjectFixture describedProject(const std::string& path);
 
 // The words of a line: split at blanks, a word in double quotes may hold
 // blanks; with `comments`, '#' outside a word ends the line.
