@@ -34,6 +34,7 @@ namespace {
 // In a forked child: both streams to /dev/null, files limited to `bytes`
 // (a write beyond fails instead of ending the process).
 void quietChild(rlim_t bytes) {
+  alarm(60);  // a child that hangs ends instead of outliving the test run
   std::signal(SIGXFSZ, SIG_IGN);
   struct rlimit limit = {bytes, bytes};
   setrlimit(RLIMIT_FSIZE, &limit);
