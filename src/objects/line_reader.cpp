@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
-LineReader::LineReader(FILE* file) : file_(file), block_(new char[kBlock]) { line_[0] = '\0'; }
+LineReader::LineReader(FILE* file) : file_(file), block_(std::make_unique_for_overwrite<char[]>(kBlock)) { line_[0] = '\0'; }
 
 // Moves the unread bytes to the front and reads more behind them; false
 // when nothing more came.

@@ -52,7 +52,7 @@ bool ContinuesName(const Token& t) {
 struct ConfigParser::OpenClass {
   std::string name;
   Token brace;      // its '{'
-  int indent;       // column of its 'class' when that starts a line, else 0
+  int indent{};     // column of its 'class' when that starts a line, else 0
 };
 
 ConfigParser::ConfigParser(ConfigPreprocessor& input, ConfigTree& tree, const ConfigLimits& limits)

@@ -28,11 +28,6 @@ std::string resolved(const char* name) {
   return realpath(name, buffer) ? std::string(buffer) : std::string(name);
 }
 
-std::string folderOf(const std::string& path) {
-  std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "" : path.substr(0, slash + 1);
-}
-
 std::string temporaryPrefix(const std::string& target) {
   std::string folder = folderOf(target);
   return "." + target.substr(folder.size()) + ".tmp-";

@@ -14,6 +14,9 @@ int writeWhole(int fd, const void* data, std::size_t size);
 // Has the system put the file's data on disk (fsync).
 int syncWhole(int fd);
 
+// The folder part of `path` with its closing '/'; empty when it has none.
+std::string folderOf(const std::string& path);
+
 // Makes a rename into the folder that holds `path` last (fsync of the
 // folder); best effort, as the rename itself has already happened.
 void syncFolderOf(const std::string& path);

@@ -32,7 +32,6 @@ std::string freeName(const std::string& folder, const std::string& stem) {
   return name;
 }
 
-
 // Gives the new file `fd` the old file's owner and group (where this user
 // may: root any, others a group they belong to), its permissions, and its
 // extended attributes (those this user may set).
@@ -80,11 +79,6 @@ bool copyFile(const std::string& from, const std::string& to) {
   close(in);
   if (!ok) unlink(to.c_str());
   return ok;
-}
-
-std::string folderOf(const std::string& path) {
-  std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "" : path.substr(0, slash + 1);
 }
 
 }  // namespace

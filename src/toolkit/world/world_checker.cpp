@@ -327,10 +327,11 @@ int Morvik::wrp_Open(const char* name, int, MessageSink sink, const unsigned cha
   std::string file = name && *name ? name : data ? "(memory)" : "(no name)";
   MappedFile mapped;
   ByteSource in;
+  // Without data the world is read from the named file; a length without
+  // data is the caller's mistake, not a file to read.
   if (data) {
     in.openMemory(data, dataLength);
   } else if (int e = !name || !*name ? ENOENT : dataLength != 0 ? EINVAL : mapped.open(name)) {
-    // A length without data is the caller's mistake, not a file to read.
     report("%s: cannot open the world file: %s\n", file.c_str(), std::strerror(e));
     return status::kCannotOpen;
   } else {
