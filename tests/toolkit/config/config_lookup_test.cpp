@@ -56,6 +56,7 @@ TEST(ConfigLookup, AFailedReadLeavesNoTreeAndANewReadReplacesTheOld) {
   ASSERT_EQ(ParseText(reader, "class A {};"), 0);
   EXPECT_EQ(ParseText(reader, "class A {"), status::kConfigSyntax);
   EXPECT_EQ(reader.rap_get_root(), nullptr);
+  EXPECT_EQ(reader.WarningCount(), 0u);
   EXPECT_STREQ(reader.ErrorString(status::kConfigInclude), "an #include of the config text cannot be resolved");
   EXPECT_STREQ(reader.ErrorString(99), "config reader error 99");
   ASSERT_EQ(ParseText(reader, "class B {};"), 0);

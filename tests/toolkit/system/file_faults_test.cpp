@@ -187,6 +187,18 @@ TEST_F(FileFaults, ByteSinkWritesEveryByteOrReportsTheFirstFailure) {
   EXPECT_EQ(full.sync(), ENOSPC);
   full.put(std::uint32_t{8});
   EXPECT_EQ(full.close(), ENOSPC);
+  // With standard input closed the sink's file may be descriptor 0: closing
+  // the sink gives it back.
+  int savedInput = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  ByteSink onZero;
+  ASSERT_EQ(onZero.create(dir.file("zero").c_str()), 0);
+  onZero.put('z');
+  EXPECT_EQ(onZero.close(), 0);
+  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "descriptor 0 is still open";
+  dup2(savedInput, STDIN_FILENO);
+  close(savedInput);
+  EXPECT_EQ(readFileText(dir.file("zero")), "z");
   ByteSink unsynced;
   ASSERT_EQ(unsynced.create(dir.file("unsynced").c_str()), 0);
   unsynced.put('u');
