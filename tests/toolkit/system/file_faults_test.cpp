@@ -289,6 +289,11 @@ TEST_F(FileFaults, ExportReplacesTheOldFileOnlyWhenItsTextIsOnDisk) {
     EXPECT_EQ(dir.names(), std::vector<std::string>{"objects.txt"});
   }
   {
+    ExportFile refused;  // a file this user may not write (binds even the super-user here)
+    opens = {EACCES};
+    EXPECT_EQ(refused.open(name.c_str(), dir.file("map.pew").c_str()), ExportFile::OpenResult::CannotCreate);
+  }
+  {
     ExportFile abandoned;  // an export that stops without finishing
     ASSERT_EQ(abandoned.open(name.c_str(), dir.file("map.pew").c_str()), ExportFile::OpenResult::Opened);
     std::fputs("half", abandoned.stream());
