@@ -61,6 +61,11 @@ TEST(ObjectList, MarkingInvalidKeepsTheSlotAndReductionRemovesIt) {
     if (c.markSecond) list->pewobject_GetNextValid(list->pewobject_GetFirstValid())->markInvalid();
     EXPECT_EQ(list->slotCount(), static_cast<unsigned>(c.slots));
     EXPECT_EQ(validIds(list), c.ids);
+    if (PewObject* slot = c.markSecond ? nullptr : list->pewobject_GetFirstInvalid()) {
+      const unsigned char* read = slot->record();  // a deleted slot takes no name
+      list->setInstanceName(slot, "longer");
+      EXPECT_EQ(slot->record(), read);
+    }
     EXPECT_EQ(reduce(list), c.removed);
     EXPECT_EQ(list->pewobject_GetFirstInvalid(), nullptr);
     // The reduced list is what gets written.
