@@ -300,6 +300,11 @@ TEST_F(FileFaults, ExportReplacesTheOldFileOnlyWhenItsTextIsOnDisk) {
   }
   EXPECT_EQ(readFileText(name), "new text");
   EXPECT_EQ(dir.names(), std::vector<std::string>{"objects.txt"});
+  ExportFile blocked;  // the old file became a folder meanwhile: the rename fails
+  ASSERT_EQ(blocked.open(name.c_str(), dir.file("map.pew").c_str()), ExportFile::OpenResult::Opened);
+  unlink(name.c_str()), mkdir(name.c_str(), 0700), writeFileText(name + "/kept", "");
+  EXPECT_EQ(blocked.finish(true), EISDIR);
+  EXPECT_EQ(dir.names(), std::vector<std::string>{"objects.txt"});
   dup2(savedInput, STDIN_FILENO);
   close(savedInput);
 }
