@@ -17,6 +17,7 @@
 #include "system/byte_sink.h"
 #include "system/export_file.h"
 #include "system/file_calls.h"
+#include "closed_input.h"
 #include "fixture_builder.h"
 #include "message_capture.h"
 #include "project/vorlan.h"
@@ -189,15 +190,14 @@ TEST_F(FileFaults, ByteSinkWritesEveryByteOrReportsTheFirstFailure) {
   EXPECT_EQ(full.close(), ENOSPC);
   // With standard input closed the sink's file may be descriptor 0: closing
   // the sink gives it back.
-  int savedInput = dup(STDIN_FILENO);
-  close(STDIN_FILENO);
-  ByteSink onZero;
-  ASSERT_EQ(onZero.create(dir.file("zero").c_str()), 0);
-  onZero.put('z');
-  EXPECT_EQ(onZero.close(), 0);
-  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "descriptor 0 is still open";
-  dup2(savedInput, STDIN_FILENO);
-  close(savedInput);
+  {
+    ClosedInput closed;
+    ByteSink onZero;
+    ASSERT_EQ(onZero.create(dir.file("zero").c_str()), 0);
+    onZero.put('z');
+    EXPECT_EQ(onZero.close(), 0);
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "descriptor 0 is still open";
+  }
   EXPECT_EQ(readFileText(dir.file("zero")), "z");
   ByteSink unsynced;
   ASSERT_EQ(unsynced.create(dir.file("unsynced").c_str()), 0);
@@ -226,8 +226,7 @@ class SavingFaults : public FileFaults {
 // Standard input is closed, as in scripts started without one, so the files
 // and the folder opened may get its descriptor: the copy, then the folder.
 TEST_F(SavingFaults, BackupIsCopiedWhereLinksCannotBeMade) {
-  int savedInput = dup(STDIN_FILENO);
-  close(STDIN_FILENO);
+  ClosedInput closed;
   RenamePackageA outputs;
   links = {EXDEV};
   reads = {EINTR};
@@ -235,8 +234,6 @@ TEST_F(SavingFaults, BackupIsCopiedWhereLinksCannotBeMade) {
   folderSyncs = 0;
   EXPECT_EQ(save(outputs), status::kOk) << std::string(outputs.rnp_GetError());
   EXPECT_EQ(folderSyncs, 1);
-  dup2(savedInput, STDIN_FILENO);
-  close(savedInput);
   EXPECT_EQ(readFileText(project), "new project");
   EXPECT_EQ(readFileText(project + ".bak"), "old project");
   struct stat info;
@@ -275,8 +272,7 @@ TEST_F(SavingFaults, FailuresOnTheWayToDiskLeaveTheOldProject) {
 TEST_F(FileFaults, ExportReplacesTheOldFileOnlyWhenItsTextIsOnDisk) {
   const std::string name = dir.file("objects.txt");
   writeFileText(name, "old text");
-  int savedInput = dup(STDIN_FILENO);
-  close(STDIN_FILENO);
+  ClosedInput closed;
   for (int failure : {EIO, 0}) {
     ExportFile file;
     ASSERT_EQ(file.open(name.c_str(), dir.file("map.pew").c_str()), ExportFile::OpenResult::Opened);
@@ -305,8 +301,6 @@ TEST_F(FileFaults, ExportReplacesTheOldFileOnlyWhenItsTextIsOnDisk) {
   unlink(name.c_str()), mkdir(name.c_str(), 0700), writeFileText(name + "/kept", "");
   EXPECT_EQ(blocked.finish(true), EISDIR);
   EXPECT_EQ(dir.names(), std::vector<std::string>{"objects.txt"});
-  dup2(savedInput, STDIN_FILENO);
-  close(savedInput);
 }
 
 // A world whose file fails to close (the last chance a file system has to

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "case_lines.h"
+#include "closed_input.h"
 #include "text/cstring8.h"
 #include "temp_dir.h"
 
@@ -66,12 +66,12 @@ TEST(FileStringA, FileSystemQueries) {
   EXPECT_EQ(name.fs_GetFileDate(nullptr), 1600000000L);
   EXPECT_EQ(folder.fs_GetFileDate(dir.file("none").c_str()), 0L);
 
-  int savedInput = dup(STDIN_FILENO);
-  close(STDIN_FILENO);  // the file may get descriptor 0
-  FILE* in = FileStringA::fs_open_file(file.c_str());
-  EXPECT_EQ(in ? std::fgetc(in) : EOF, 'x');
-  if (in) std::fclose(in);
-  dup2(savedInput, STDIN_FILENO), close(savedInput);
+  {
+    ClosedInput closed;  // the file may get descriptor 0
+    FILE* in = FileStringA::fs_open_file(file.c_str());
+    EXPECT_EQ(in ? std::fgetc(in) : EOF, 'x');
+    if (in) std::fclose(in);
+  }
   EXPECT_EQ(FileStringA::fs_open_file(dir.file("none").c_str()), nullptr);
 
   EXPECT_EQ(name.fs_unlink(nullptr), 0);
