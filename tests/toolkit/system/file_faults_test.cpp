@@ -188,16 +188,12 @@ TEST_F(FileFaults, ByteSinkWritesEveryByteOrReportsTheFirstFailure) {
   EXPECT_EQ(full.sync(), ENOSPC);
   full.put(std::uint32_t{8});
   EXPECT_EQ(full.close(), ENOSPC);
-  // With standard input closed the sink's file may be descriptor 0: closing
-  // the sink gives it back.
-  {
-    ClosedInput closed;
-    ByteSink onZero;
-    ASSERT_EQ(onZero.create(dir.file("zero").c_str()), 0);
-    onZero.put('z');
-    EXPECT_EQ(onZero.close(), 0);
-    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "descriptor 0 is still open";
-  }
+  ClosedInput closed;  // a sink on descriptor 0 gives it back when it closes
+  ByteSink onZero;
+  ASSERT_EQ(onZero.create(dir.file("zero").c_str()), 0);
+  onZero.put('z');
+  EXPECT_EQ(onZero.close(), 0);
+  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "descriptor 0 is still open";
   EXPECT_EQ(readFileText(dir.file("zero")), "z");
   ByteSink unsynced;
   ASSERT_EQ(unsynced.create(dir.file("unsynced").c_str()), 0);
@@ -223,10 +219,8 @@ class SavingFaults : public FileFaults {
 
 // Where the file system makes no hard links, the backup is a copy with the
 // old file's permissions, and the folder is synced so the renames last.
-// Standard input is closed, as in scripts started without one, so the files
-// and the folder opened may get its descriptor: the copy, then the folder.
 TEST_F(SavingFaults, BackupIsCopiedWhereLinksCannotBeMade) {
-  ClosedInput closed;
+  ClosedInput closed;  // descriptor 0 goes to the copy, then to the folder
   RenamePackageA outputs;
   links = {EXDEV};
   reads = {EINTR};

@@ -66,12 +66,10 @@ TEST(FileStringA, FileSystemQueries) {
   EXPECT_EQ(name.fs_GetFileDate(nullptr), 1600000000L);
   EXPECT_EQ(folder.fs_GetFileDate(dir.file("none").c_str()), 0L);
 
-  {
-    ClosedInput closed;  // the file may get descriptor 0
-    FILE* in = FileStringA::fs_open_file(file.c_str());
-    EXPECT_EQ(in ? std::fgetc(in) : EOF, 'x');
-    if (in) std::fclose(in);
-  }
+  ClosedInput closed;  // the file may get descriptor 0
+  FILE* in = FileStringA::fs_open_file(file.c_str());
+  EXPECT_EQ(in ? std::fgetc(in) : EOF, 'x');
+  if (in) std::fclose(in);
   EXPECT_EQ(FileStringA::fs_open_file(dir.file("none").c_str()), nullptr);
 
   EXPECT_EQ(name.fs_unlink(nullptr), 0);
