@@ -123,7 +123,7 @@ int main(int argc, char** argv) {
       std::snprintf(name, sizeof name, "obj%u", i);
       objects->setInstanceName(o, name);
     }
-    if (random.unit() < s.deleted) o->markInvalid();
+    if (random.unit() < s.deleted) objects->markInvalid(o);
     previous = o;
   }
 

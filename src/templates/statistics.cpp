@@ -15,20 +15,13 @@ std::string foldedName(const GenString& name) {
   return foldedAscii(name.View());
 }
 
+// The store counts the valid objects, and those whose template is missing,
+// per template id as it reads the project: no walk over millions of objects.
 void countObjects(Vorlan& project) {
-  PewObjects* objects = project.pew_get_objects();
-  statistics.objectSlots = objects->slotCount();
-  std::uint32_t lastId = 0;
-  bool lastFound = false, haveLast = false;
-  for (PewObject* o = objects->pewobject_GetFirstValid(); o; o = objects->pewobject_GetNextValid(o)) {
-    ++statistics.usedObjects;
-    if (!haveLast || o->templateId() != lastId) {
-      lastFound = project.pew_get_template(static_cast<int>(o->templateId())) != nullptr;
-      lastId = o->templateId();
-      haveLast = true;
-    }
-    if (!lastFound) ++statistics.missing;
-  }
+  statistics.objectSlots = project.pew_get_objects()->slotCount();
+  std::uint32_t missing = 0;
+  statistics.usedObjects = project.pew_count_valid_objects(&missing);
+  statistics.missing = missing;
 }
 
 // Every template T is reported once for each later template that holds the

@@ -71,7 +71,7 @@ TEST(ObjectExport, InvalidObjectsNeitherAppearNorWiden) {
   f.addDeleted(2);
   OpenedProject p(f);
   PewObjects& objects = *p.get().pew_get_objects();
-  objects.pewobject_GetNextValid(objects.pewobject_GetFirstValid())->markInvalid();
+  objects.markInvalid(objects.pewobject_GetNextValid(objects.pewobject_GetFirstValid()));
   EXPECT_EQ(exported(p.get(), layoutOf(1, ',', false, true)), "\"a\",    1.00,    2.00,  3.00,  0.00,  0.00, 1.00\r\n");
 }
 

@@ -42,7 +42,10 @@ struct ProjectContent {
   // The heights, rows * columns, row 0 first: in the file's bytes at
   // `heightsInFile` until heights() copies them out.
   const unsigned char* heightsInFile = nullptr;
-  std::vector<float> extra;    // columns * rows / 16 values after the heights
+  // The columns * rows / 16 values after the heights, kept as the file's
+  // bytes: nothing reads them, a save writes them back.
+  const unsigned char* extra = nullptr;
+  std::size_t extraBytes = 0;
   std::uint32_t afterExtra = 0;
   PewObjects objects;
   // The editor's data after the objects.
@@ -78,6 +81,7 @@ struct ProjectContent {
   std::vector<float> heights_;
   bool heightsCopied_ = false;
   std::vector<unsigned char> emptyTail_;
+  std::vector<unsigned char> emptyExtra_;
 };
 
 // Where and why a file could not be read.

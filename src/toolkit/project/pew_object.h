@@ -57,10 +57,6 @@ class PewObject {
   void setUnnamedA(std::int32_t v) { set(afterName() + pew_record::kUnnamedA, v); }
   void setUnnamedB(std::int32_t v) { set(afterName() + pew_record::kUnnamedB, v); }
   void setTemplateId(std::uint32_t v) { set(afterName() + pew_record::kTemplateId, v); }
-  // Clears the valid flag: the object keeps its place, its ID and its
-  // template until a reduction deletes it, and is saved as a deleted slot.
-  void markInvalid() { bits_ |= kMarked; }
-
   // A slot read as a 2-byte deleted slot refers to no template; an object
   // marked invalid since still does.
   bool refersToTemplate() const { return bits_ != 0 && (marked() || get<std::uint16_t>(0) != 0); }
@@ -119,6 +115,9 @@ class PewObjects {
   // instance name, relative height 0, the unnamed members 1.0, -1, -1 and
   // template id 0.
   PewObject* AddPewObject();
+  // Clears the object's valid flag: it keeps its place, its ID and its
+  // template until a reduction deletes it, and is saved as a deleted slot.
+  void markInvalid(PewObject* object);
   // Gives the object a new instance name (its record moves to the arena when
   // the name's length changes).
   void setInstanceName(PewObject* object, std::string_view name);
@@ -137,8 +136,8 @@ class PewObjects {
         if (!block[i].erased()) f(block[i]);
     }
   }
-  // Bumped by every change of membership; lets the store know when its
-  // per-template usage counts must be rebuilt.
+  // Bumped by every change of membership or validity; lets the store know
+  // when its per-template usage counts must be rebuilt.
   std::uint64_t changeCount() const { return changes_; }
 
  private:

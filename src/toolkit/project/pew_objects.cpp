@@ -140,6 +140,12 @@ PewObject* PewObjects::AddPewObject() {
   return &at(size_ - 1);
 }
 
+void PewObjects::markInvalid(PewObject* object) {
+  if (!object || object->erased() || object->marked()) return;
+  object->bits_ |= PewObject::kMarked;
+  ++changes_;
+}
+
 void PewObjects::setInstanceName(PewObject* object, std::string_view name) {
   if (!object || object->erased() || object->storedSize() == 2) return;
   std::uint32_t oldLength = object->nameLength();

@@ -226,8 +226,9 @@ bool Decoder::grid() {
   if (!in_.ensure(static_cast<std::size_t>(need - 4))) return shortage(need);
   out_.heightsInFile = in_.cursor();
   in_.advance(static_cast<std::size_t>(cells * 4));
-  out_.extra.resize(cells / 16);
-  if (!in_.readBytes(out_.extra.data(), cells / 16 * 4)) return shortage(need);
+  out_.extra = in_.cursor();
+  out_.extraBytes = static_cast<std::size_t>(cells / 16 * 4);
+  in_.advance(out_.extraBytes);
   return get(out_.afterExtra);
 }
 
@@ -242,9 +243,13 @@ bool Decoder::objects() {
   unsigned char* base = out_.file.data();
   std::size_t at = static_cast<std::size_t>(in_.offset());
   const std::size_t end = static_cast<std::size_t>(in_.size());
+  constexpr std::size_t kAhead = 2048;
   for (std::uint32_t i = 0; i < count; ++i) {
     std::size_t left = end - at;
     unsigned char* p = base + at;
+    // Where a record starts follows from the one before, a chain of loads
+    // the processor cannot run ahead on: ask for the bytes some records on.
+    if (left > kAhead) __builtin_prefetch(p + kAhead);
     std::uint16_t valid = 0;
     if (left >= 2) std::memcpy(&valid, p, sizeof valid);
     std::uint32_t nameLength = 0;
@@ -259,7 +264,7 @@ bool Decoder::objects() {
       list.noteId(id);
       std::uint32_t templateId;
       std::memcpy(&templateId, p + kName + nameLength + kTemplateId, sizeof templateId);
-      out_.templates.countObject(templateId);
+      out_.templates.countObject(templateId, true);
     }
     at += need;
   }
@@ -324,7 +329,9 @@ void ProjectContent::makeEmpty(std::uint32_t c, std::uint32_t r, float spacing) 
   heightsInFile = nullptr;
   heights_.assign(std::size_t{c} * r, 0.0f);
   heightsCopied_ = true;
-  extra.assign(std::size_t{c} * r / 16, 0.0f);
+  emptyExtra_.assign(std::size_t{c} * r / 16 * sizeof(float), 0);
+  extra = emptyExtra_.data();
+  extraBytes = emptyExtra_.size();
   afterExtra = 0;
   objects.clear();
   emptyTail_.assign(24, 0);  // six u32 zeros: an editor tail with nothing in it

@@ -104,7 +104,7 @@ void encodeProject(const ProjectContent& c, ByteSink& out) {
   out.put(c.columns);
   out.put(c.rows);
   out.write(c.heightBytes(), std::size_t{c.columns} * c.rows * sizeof(float));
-  out.write(c.extra.data(), c.extra.size() * sizeof(float));
+  out.write(c.extra, c.extraBytes);
   out.put(c.afterExtra);
   out.put(c.objects.slotCount());
   putObjects(out, c.objects);

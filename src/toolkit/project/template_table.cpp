@@ -94,11 +94,16 @@ std::uint32_t TemplateTable::maxId() const {
 }
 
 void TemplateTable::rebuildUsage(const PewObjects& objects) {
-  for (auto& [id, entry] : byId_) entry.objects = 0;
+  for (auto& [id, entry] : byId_) entry.objects = entry.validObjects = 0;
+  validObjects_ = 0;
   objects.forEachSlot([&](const PewObject& o) {
-    if (o.refersToTemplate()) countObject(o.templateId());
+    if (o.refersToTemplate()) countObject(o.templateId(), o.validFlag() != 0);
   });
   usageCounted(objects);
+}
+
+void TemplateTable::refreshUsage(const PewObjects& objects) {
+  if (usageGeneration_ != generation_ || usageObjectChanges_ != objects.changeCount()) rebuildUsage(objects);
 }
 
 void TemplateTable::usageCounted(const PewObjects& objects) {
@@ -108,7 +113,16 @@ void TemplateTable::usageCounted(const PewObjects& objects) {
 
 std::uint32_t TemplateTable::usage(const PewObjectTemplate* t, const PewObjects& objects) {
   if (!t) return 0;
-  if (usageGeneration_ != generation_ || usageObjectChanges_ != objects.changeCount()) rebuildUsage(objects);
+  refreshUsage(objects);
   const IdEntry* e = entry(t->templateId);
   return e ? e->objects : 0;
+}
+
+// The counts are per id, so a template removed since they were made takes
+// its objects out of the sum below by itself: only the table's ids count.
+TemplateTable::ValidObjects TemplateTable::validObjects(const PewObjects& objects) {
+  refreshUsage(objects);
+  std::uint32_t withTemplate = 0;
+  for (const auto& [id, entry] : byId_) withTemplate += entry.validObjects;
+  return {validObjects_, validObjects_ - withTemplate};
 }

@@ -39,10 +39,22 @@ class TemplateTable {
 
   // Number of objects of `objects` whose template id is `t`'s id.
   std::uint32_t usage(const PewObjectTemplate* t, const PewObjects& objects);
+  // The valid objects of `objects`, and how many of them have a template id
+  // that no template of the table holds.
+  struct ValidObjects {
+    std::uint32_t count = 0;
+    std::uint32_t withoutTemplate = 0;
+  };
+  ValidObjects validObjects(const PewObjects& objects);
   // For the reader, which counts while it indexes the objects: one more
   // object refers to `id`; usageCounted() then declares the counts current.
-  void countObject(std::uint32_t id) {
-    if (IdEntry* e = entry(id)) ++e->objects;
+  void countObject(std::uint32_t id, bool valid) {
+    IdEntry* e = entry(id);
+    if (e) ++e->objects;
+    if (valid) {
+      ++validObjects_;
+      if (e) ++e->validObjects;
+    }
   }
   void usageCounted(const PewObjects& objects);
 
@@ -51,8 +63,10 @@ class TemplateTable {
     PewObjectTemplate* first = nullptr;  // first holder in table order
     std::uint32_t holders = 0;           // templates with this id
     std::uint32_t objects = 0;           // objects with this id
+    std::uint32_t validObjects = 0;      // those of them that are valid
   };
   void rebuildUsage(const PewObjects& objects);
+  void refreshUsage(const PewObjects& objects);
   // The entry of an id, or null: small ids (the usual case) through a flat
   // table, the rest through the map.
   IdEntry* entry(std::uint32_t id) const {
@@ -73,4 +87,5 @@ class TemplateTable {
   std::uint64_t generation_ = 1;       // bumped when a template is added
   std::uint64_t usageGeneration_ = 0;  // table generation the counts belong to
   std::uint64_t usageObjectChanges_ = ~std::uint64_t{0};
+  std::uint32_t validObjects_ = 0;  // valid objects counted with the usage
 };

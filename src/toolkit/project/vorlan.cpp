@@ -154,6 +154,13 @@ int Vorlan::pew_template_used_in_objects(PewObjectTemplate* t) {
   return content_ && content_->templates.usage(t, content_->objects) > 0 ? 1 : 0;
 }
 
+std::uint32_t Vorlan::pew_count_valid_objects(std::uint32_t* missing) {
+  TemplateTable::ValidObjects counts;
+  if (content_) counts = content_->templates.validObjects(content_->objects);
+  if (missing) *missing = counts.withoutTemplate;
+  return counts.count;
+}
+
 int Vorlan::pew_delete_template(PewObjectTemplate* t) {
   return content_ && content_->templates.remove(t) ? 1 : 0;
 }

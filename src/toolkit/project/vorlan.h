@@ -76,6 +76,9 @@ class Vorlan {
   PewObjectTemplate* pew_add_template(int id, const char* modelFilename, int objectType, int colour);
   int pew_get_max_template_id();
   int pew_template_used_in_objects(PewObjectTemplate* t);
+  // The number of valid objects; `missing` gets how many of them refer to a
+  // template id the table does not hold.
+  std::uint32_t pew_count_valid_objects(std::uint32_t* missing);
   int pew_delete_template(PewObjectTemplate* t);
   void pew_delete_templates();
 

@@ -58,7 +58,7 @@ TEST(ObjectList, MarkingInvalidKeepsTheSlotAndReductionRemovesIt) {
     Vorlan project;
     load(project, withObjects(c.valid, c.deleted));
     PewObjects* list = project.pew_get_objects();
-    if (c.markSecond) list->pewobject_GetNextValid(list->pewobject_GetFirstValid())->markInvalid();
+    if (c.markSecond) list->markInvalid(list->pewobject_GetNextValid(list->pewobject_GetFirstValid()));
     EXPECT_EQ(list->slotCount(), static_cast<unsigned>(c.slots));
     EXPECT_EQ(validIds(list), c.ids);
     if (PewObject* slot = c.markSecond ? nullptr : list->pewobject_GetFirstInvalid()) {
@@ -106,7 +106,7 @@ TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
   for (int i = 0; i < 300000; ++i) {
     PewObject* o = list->AddPewObject();
     ids.insert(o->objectId());
-    if (i % 7 == 0 || (i > 262130 && i < 262150)) o->markInvalid();
+    if (i % 7 == 0 || (i > 262130 && i < 262150)) list->markInvalid(o);
   }
   EXPECT_EQ(ids.size(), 300003u);
   EXPECT_EQ(first->objectId(), 41);  // records never move as the list grows
@@ -196,15 +196,25 @@ TEST(TemplateTable, UsageFollowsEveryChange) {
   Vorlan project;
   load(project, f);
   auto used = [&](int id) { return project.pew_template_used_in_objects(project.pew_get_template(id)); };
+  // Valid objects, and those of them whose template is missing.
+  auto valid = [&] {
+    std::uint32_t missing = 99;
+    std::uint32_t count = project.pew_count_valid_objects(&missing);
+    return std::vector<std::uint32_t>({count, missing});
+  };
+  using Counts = std::vector<std::uint32_t>;
   EXPECT_EQ(std::vector<int>({used(1), used(2), used(5)}), std::vector<int>({1, 0, 1}));
+  EXPECT_EQ(valid(), Counts({3, 1}));
   PewObjectTemplate* first = project.pew_get_template(5);
   EXPECT_STREQ(first->strModelFilename.Get(), "first.p3d");
   EXPECT_EQ(project.pew_template_used_in_objects(first->next), 1);
   ASSERT_EQ(project.pew_delete_template(first), 1);
   EXPECT_STREQ(project.pew_get_template(5)->strModelFilename.Get(), "second.p3d");
+  EXPECT_EQ(valid(), Counts({3, 1}));
 
   project.pew_add_template(9);  // added for the dangling id: used at once
   EXPECT_EQ(used(9), 1);
+  EXPECT_EQ(valid(), Counts({3, 0}));
   PewObjects* list = project.pew_get_objects();
   list->AddPewObject()->setTemplateId(2);
   EXPECT_EQ(used(2), 1);
@@ -213,10 +223,14 @@ TEST(TemplateTable, UsageFollowsEveryChange) {
   // An object marked invalid still refers to its template until it is reduced.
   PewObject* nine = list->pewobject_GetFirstValid();
   ASSERT_EQ(nine->templateId(), 9u);
-  nine->markInvalid();
+  list->markInvalid(nine);
   EXPECT_EQ(used(9), 1);
+  EXPECT_EQ(valid(), Counts({2, 0}));
   reduce(list);
   EXPECT_EQ(used(9), 0);
+  // Removing the last holder of an id leaves its objects without a template.
+  ASSERT_EQ(project.pew_delete_template(project.pew_get_template(5)), 1);
+  EXPECT_EQ(valid(), Counts({2, 1}));
   project.pew_delete_objects();
   EXPECT_EQ(used(2), 0);
   EXPECT_EQ(list->slotCount(), 0u);
