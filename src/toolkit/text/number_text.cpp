@@ -129,9 +129,9 @@ char* formatGeneral(char* out, double value, int precision, int width) {
 
 namespace {
 
-// The body of formatFixed. Instantiated once for a precision known at
-// compile time (kPrecision >= 0: the 2 of every coordinate the exports
-// write, whose divisions by 100 become multiplications) and once for any.
+// The body of formatFixed. Instantiated for the precisions the exports
+// write (2 for coordinates, 6 for transform rows, as printf's "%f"), whose
+// divisions by 100 and 10^6 become multiplications, and once for any.
 template <int kPrecision>
 char* formatFixedWith(char* out, double value, int anyPrecision, int width) {
   const int precision = kPrecision >= 0 ? kPrecision : anyPrecision;
@@ -165,7 +165,7 @@ char* formatFixedWith(char* out, double value, int anyPrecision, int width) {
 
 char* formatFixed(char* out, double value, int precision, int width) {
   if (precision == 2) return formatFixedWith<2>(out, value, 2, width);
-  if (precision < 0) precision = 6;
+  if (precision == 6 || precision < 0) return formatFixedWith<6>(out, value, 6, width);
   if (precision > kMaxFixedPrecision) precision = kMaxFixedPrecision;
   return formatFixedWith<-1>(out, value, precision, width);
 }
