@@ -91,8 +91,10 @@ inline bool scaledMagnitude(std::uint64_t bits, int precision, std::uint64_t& sc
   unsigned __int128 rest = product - (quotient << shift);
   unsigned __int128 half = static_cast<unsigned __int128>(1) << (shift - 1);
   std::uint64_t q = static_cast<std::uint64_t>(quotient);
+  // q + 1 cannot wrap: that would need a double whose value times 10^p lies
+  // within half a unit below 2^64, and for no precision up to 17 and no
+  // exponent does one exist.
   if (rest > half || (rest == half && (q & 1))) ++q;
-  if (q == 0 && quotient != 0) return false;  // wrapped past 2^64 - 1
   scaled = q;
   return true;
 }
