@@ -32,6 +32,11 @@ class ByteSink {
       writeSlow(data, n);
     }
   }
+  // Has the system copy the `n` bytes at `offset` of the open file `in` to
+  // the end of this file, without passing them through memory. Returns how
+  // many it copied: fewer, down to none, when the system cannot (another
+  // file system, a file that got shorter); the caller writes the rest.
+  std::size_t copyFrom(int in, std::uint64_t offset, std::size_t n);
   // Flushes and has the system put the data on disk (fsync); returns 0 or
   // the errno of the first failure.
   int sync();
@@ -43,6 +48,7 @@ class ByteSink {
   void writeSlow(const void* data, std::size_t n);
   void flush();
   void writeAll(const unsigned char* data, std::size_t n);
+  void startWriteback(std::size_t n);
   int openWith(const char* name, int flags);
 
   static constexpr std::size_t kFirstBuffer = std::size_t{64} << 10;

@@ -1,5 +1,6 @@
 #include "system/mapped_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -12,6 +13,8 @@ MappedFile::~MappedFile() { release(); }
 
 void MappedFile::release() {
   if (mappedRoom_ != 0) ::munmap(data_, mappedRoom_);
+  if (fd_ >= 0) ::close(fd_);
+  fd_ = -1;
   mappedRoom_ = given_ = 0;
   copy_.clear();
   data_ = nullptr;
@@ -34,7 +37,8 @@ int MappedFile::open(const char* name) {
   if (::fstat(fd, &st) != 0) e = errno;
   else if (S_ISDIR(st.st_mode)) e = EISDIR;
   else e = map(fd);
-  ::close(fd);
+  if (e == 0 && mappedRoom_ != 0) fd_ = fd;
+  else ::close(fd);
   return e;
 }
 
@@ -92,4 +96,74 @@ void MappedFile::giveBackRange(const void* start, std::size_t n) {
   std::size_t from = (offset + page - 1) / page * page;
   std::size_t to = end / page * page;
   if (to > from) ::madvise(data_ + from, to - from, MADV_DONTNEED);
+}
+
+namespace {
+
+// /proc/self/pagemap holds 8 bytes a page of the process's memory.
+constexpr std::uint64_t kPresent = std::uint64_t{1} << 63;
+constexpr std::uint64_t kSwapped = std::uint64_t{1} << 62;
+constexpr std::uint64_t kFilePage = std::uint64_t{1} << 61;
+
+// A page of a private file mapping holds the file's bytes while it was never
+// written to: then it is either not in memory at all, or the file's own page
+// from the page cache. A page written to became a private copy (present and
+// not a file page, or swapped out).
+bool holdsFileBytes(std::uint64_t entry) {
+  if (entry & kPresent) return (entry & kFilePage) != 0;
+  return (entry & kSwapped) == 0;
+}
+
+}  // namespace
+
+void MappedFile::forEachPiece(const void* start, std::size_t n, const PieceFunction& f) const {
+  const auto* p = static_cast<const unsigned char*>(start);
+  if (n == 0) return;
+  if (fd_ < 0 || !contains(p) || n > static_cast<std::size_t>(data_ + size_ - p)) {
+    f(p, n, -1, 0);
+    return;
+  }
+  int pagemap = ::open("/proc/self/pagemap", O_RDONLY | O_CLOEXEC);
+  if (pagemap < 0) {
+    f(p, n, -1, 0);
+    return;
+  }
+  const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  const unsigned char* end = p + n;
+  const std::uintptr_t firstPage = reinterpret_cast<std::uintptr_t>(p) / page;
+  const std::uintptr_t endPage = (reinterpret_cast<std::uintptr_t>(end) + page - 1) / page;
+  std::vector<std::uint64_t> entries(4096);
+  const unsigned char* pieceStart = p;
+  bool pieceInFile = false;
+  bool known = false;
+  for (std::uintptr_t at = firstPage; at < endPage;) {
+    std::size_t count = std::min<std::uintptr_t>(entries.size(), endPage - at);
+    ssize_t got = ::pread(pagemap, entries.data(), count * sizeof(std::uint64_t), static_cast<off_t>(at * sizeof(std::uint64_t)));
+    if (got <= 0) {
+      // The system would not say: the rest goes as bytes in memory.
+      if (known && pieceInFile) {
+        const auto* here = std::max(p, reinterpret_cast<const unsigned char*>(at * page));
+        f(pieceStart, static_cast<std::size_t>(here - pieceStart), fd_, static_cast<std::uint64_t>(pieceStart - data_));
+        pieceStart = here;
+      }
+      f(pieceStart, static_cast<std::size_t>(end - pieceStart), -1, 0);
+      ::close(pagemap);
+      return;
+    }
+    count = static_cast<std::size_t>(got) / sizeof(std::uint64_t);
+    for (std::size_t i = 0; i < count; ++i, ++at) {
+      bool inFile = holdsFileBytes(entries[i]);
+      if (known && inFile == pieceInFile) continue;
+      const auto* here = std::max(p, reinterpret_cast<const unsigned char*>(at * page));
+      if (known && here > pieceStart)
+        f(pieceStart, static_cast<std::size_t>(here - pieceStart), pieceInFile ? fd_ : -1,
+          static_cast<std::uint64_t>(pieceStart - data_));
+      pieceStart = here;
+      pieceInFile = inFile;
+      known = true;
+    }
+  }
+  ::close(pagemap);
+  f(pieceStart, static_cast<std::size_t>(end - pieceStart), pieceInFile ? fd_ : -1,
+    static_cast<std::uint64_t>(pieceStart - data_));
 }

@@ -6,6 +6,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <vector>
 
 class MappedFile {
@@ -15,8 +17,9 @@ class MappedFile {
   MappedFile& operator=(const MappedFile&) = delete;
   ~MappedFile();
 
-  // Maps the file; returns 0 or the errno of the failure (EISDIR for a
-  // folder). A file that is not regular, or empty, holds no bytes.
+  // Maps the file and keeps it open; returns 0 or the errno of the failure
+  // (EISDIR for a folder). A file that is not regular, or empty, holds no
+  // bytes.
   int open(const char* name);
   // The same for a file already open (the descriptor stays open).
   int map(int fd);
@@ -40,10 +43,21 @@ class MappedFile {
     return b >= data_ && b < data_ + size_;
   }
 
+  // Cuts the `n` bytes at `start` into pieces, in order, and tells for each
+  // whether it still holds the bytes of the file opened by open(): then
+  // `f(piece, length, descriptor, offset)` gets the file's descriptor and the
+  // piece's offset in it, so that the system can copy the piece from the
+  // file itself; otherwise (bytes written to since, bytes elsewhere, no file
+  // open) the descriptor is -1. Which pages were written to is asked of the
+  // system, page by page.
+  using PieceFunction = std::function<void(const unsigned char*, std::size_t, int, std::uint64_t)>;
+  void forEachPiece(const void* start, std::size_t n, const PieceFunction& f) const;
+
  private:
 
   unsigned char* data_ = nullptr;
   std::size_t size_ = 0;
+  int fd_ = -1;  // the file opened by open(), kept open while it is mapped
   std::size_t mappedRoom_ = 0;  // bytes of the mapping; 0 when nothing is mapped
   std::size_t given_ = 0;       // bytes from the start given back
   std::vector<unsigned char> copy_;
