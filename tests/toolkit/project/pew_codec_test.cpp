@@ -45,6 +45,33 @@ TEST(PewCodec, UnchangedProjectWritesBackByteIdentical) {
   }
 }
 
+// A save has the system copy what still holds the old file's bytes and
+// writes what was changed in place since: records changed in the middle of
+// a long run of untouched ones come out changed.
+TEST(PewCodec, SaveOfAnOpenedFileKeepsEveryChangeMadeInPlace) {
+  TempDir dir;
+  ProjectFixture f;
+  std::vector<float> heights(512 * 256);
+  for (std::size_t i = 0; i < heights.size(); ++i) heights[i] = static_cast<float>(i) * 0.25f;
+  f.grid(512, 256, 1.0f, heights).addTemplate(1, "a.p3d");
+  for (int i = 0; i < 20000; ++i) f.addObject(1).at(static_cast<float>(i), 2, 0);
+  f.writeTo(dir.file("map.pew"));
+  Vorlan project;
+  ASSERT_EQ(project.pew_Open(dir.file("map.pew").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kOk);
+  ASSERT_EQ(project.pew_Create(dir.file("same.pew").c_str(), 0), status::kOk);
+  EXPECT_EQ(readFileBytes(dir.file("same.pew")), f.bytes());
+  PewObjects* objects = project.pew_get_objects();
+  int i = 0;
+  for (PewObject* o = objects->pewobject_GetFirstValid(); o; o = objects->pewobject_GetNextValid(o), ++i) {
+    if (i == 10000) o->setRelativeHeight(7.5f);
+    if (i == 19999) o->setUnnamedA(3);
+  }
+  f.objects[10000].relative(7.5f);
+  f.objects[19999].unnamedA = 3;
+  ASSERT_EQ(project.pew_Create(dir.file("changed.pew").c_str(), 0), status::kOk);
+  EXPECT_EQ(readFileBytes(dir.file("changed.pew")), f.bytes());
+}
+
 TEST(PewCodec, OpeningAMissingNameAddsTheExtension) {
   TempDir dir;
   ProjectFixture f;

@@ -202,6 +202,25 @@ TEST_F(FileFaults, ByteSinkWritesEveryByteOrReportsTheFirstFailure) {
   EXPECT_EQ(unsynced.sync(), EIO);
 }
 
+// Bytes copied from another file land after what was written before them;
+// a source the system cannot copy from (a pipe) copies nothing.
+TEST_F(FileFaults, ByteSinkCopiesFromAFileInOrder) {
+  writeFileText(dir.file("source"), "xyzuvw");
+  int source = open(dir.file("source").c_str(), O_RDONLY);
+  int pipeEnds[2];
+  ASSERT_EQ(pipe(pipeEnds), 0);
+  ByteSink sink;
+  ASSERT_EQ(sink.create(dir.file("copy").c_str()), 0);
+  sink.write("ab", 2);
+  EXPECT_EQ(sink.copyFrom(source, 2, 3), 3u);
+  EXPECT_EQ(sink.copyFrom(source, 5, 4), 1u) << "the file ends after one byte";
+  EXPECT_EQ(sink.copyFrom(pipeEnds[0], 0, 3), 0u);
+  sink.write("!", 1);
+  EXPECT_EQ(sink.close(), 0);
+  EXPECT_EQ(readFileText(dir.file("copy")), "abzuvw!");
+  close(source), close(pipeEnds[0]), close(pipeEnds[1]);
+}
+
 class SavingFaults : public FileFaults {
  protected:
   void SetUp() override {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "temp_dir.h"
 
@@ -38,4 +39,39 @@ TEST(MappedFile, GivesBackOnlyTheWholePagesAsked) {
   file.giveBack(6);
   file.giveBackRange(file.data(), 6);
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(file.data()), file.size()), "Copied");
+}
+
+// Pages never written to still hold the file's bytes, read or not; a page
+// written to does not, and neither do bytes that are not the file's.
+TEST(MappedFile, PiecesTellWhichPagesStillHoldTheFile) {
+  TempDir dir;
+  const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  writeFileText(dir.file("eight"), std::string(8 * page, 'e'));
+  MappedFile file;
+  ASSERT_EQ(file.open(dir.file("eight").c_str()), 0);
+  unsigned char* bytes = file.data();
+  EXPECT_EQ(bytes[page + 9], 'e');  // read only
+  bytes[3 * page + 5] = 'w';
+  bytes[5 * page - 1] = 'w';
+  std::vector<std::string> pieces;
+  auto note = [&](const unsigned char* piece, std::size_t length, int fd, std::uint64_t offset) {
+    pieces.push_back(std::to_string(piece - bytes) + "+" + std::to_string(length) +
+                     (fd >= 0 ? " file@" + std::to_string(offset) : " memory"));
+  };
+  const std::size_t from = page / 2;
+  file.forEachPiece(bytes + from, 7 * page + 1 - from, note);
+  const std::string p3 = std::to_string(3 * page), p5 = std::to_string(5 * page);
+  EXPECT_EQ(pieces, std::vector<std::string>({std::to_string(from) + "+" + std::to_string(3 * page - from) +
+                                                  " file@" + std::to_string(from),
+                                              p3 + "+" + std::to_string(2 * page) + " memory",
+                                              p5 + "+" + std::to_string(2 * page + 1) + " file@" + p5}));
+  pieces.clear();
+  file.forEachPiece(bytes + 8 * page - 1, 2, note);  // runs past the file's end
+  file.forEachPiece(bytes, 0, note);
+  file.copy(reinterpret_cast<const unsigned char*>("four"), 4);
+  bytes = file.data();
+  file.forEachPiece(file.data(), 4, note);
+  EXPECT_EQ(pieces.size(), 2u);
+  EXPECT_EQ(pieces[0].substr(pieces[0].find(' ')), " memory");
+  EXPECT_EQ(pieces[1], "0+4 memory");
 }
