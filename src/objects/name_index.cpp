@@ -1,8 +1,13 @@
 #include "name_index.h"
 
 #include <cstring>
+#include <utility>
 
-NameIndex::NameIndex() : slots_(64) {}
+#include "system/zeroed_memory.h"
+
+NameIndex::NameIndex() : slots_(static_cast<Slot*>(mapZeroed(64 * sizeof(Slot)))), slotCount_(64) {}
+
+NameIndex::~NameIndex() { unmapZeroed(slots_, slotCount_ * sizeof(Slot)); }
 
 std::uint64_t NameIndex::hash(std::string_view key) {
   constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15ull;
@@ -33,7 +38,7 @@ std::string_view NameIndex::keyAt(std::uint64_t offset) const {
 
 // The slot that holds `key`, or the empty slot where it would go.
 std::size_t NameIndex::locate(std::string_view key, std::uint64_t h) const {
-  const std::size_t mask = slots_.size() - 1;
+  const std::size_t mask = slotCount_ - 1;
   const std::uint32_t tag = tagOf(h);
   for (std::size_t s = h & mask;; s = (s + 1) & mask) {
     const Slot& slot = slots_[s];
@@ -42,8 +47,14 @@ std::size_t NameIndex::locate(std::string_view key, std::uint64_t h) const {
   }
 }
 
-const std::uint32_t* NameIndex::find(std::string_view key) const {
-  const Slot& slot = slots_[locate(key, hash(key))];
+std::uint64_t NameIndex::prefetch(std::string_view key) const {
+  std::uint64_t h = hash(key);
+  __builtin_prefetch(&slots_[h & (slotCount_ - 1)]);
+  return h;
+}
+
+const std::uint32_t* NameIndex::find(std::string_view key, std::uint64_t h) const {
+  const Slot& slot = slots_[locate(key, h)];
   return slot.tag != 0 ? &slot.value : nullptr;
 }
 
@@ -51,7 +62,7 @@ bool NameIndex::insert(std::string_view key, std::uint32_t value) {
   std::uint64_t h = hash(key);
   std::size_t s = locate(key, h);
   if (slots_[s].tag != 0) return false;
-  if (2 * (size_ + 1) > slots_.size()) {
+  if (2 * (size_ + 1) > slotCount_) {
     grow();
     s = locate(key, h);
   }
@@ -64,13 +75,15 @@ bool NameIndex::insert(std::string_view key, std::uint32_t value) {
 }
 
 void NameIndex::grow() {
-  std::vector<Slot> old(slots_.size() * 2);
-  old.swap(slots_);
-  const std::size_t mask = slots_.size() - 1;
-  for (const Slot& slot : old) {
+  Slot* old = std::exchange(slots_, static_cast<Slot*>(mapZeroed(2 * slotCount_ * sizeof(Slot))));
+  const std::size_t oldCount = std::exchange(slotCount_, 2 * slotCount_);
+  const std::size_t mask = slotCount_ - 1;
+  for (std::size_t i = 0; i < oldCount; ++i) {
+    const Slot& slot = old[i];
     if (slot.tag == 0) continue;
     std::size_t s = hash(keyAt(slot.offset)) & mask;
     while (slots_[s].tag != 0) s = (s + 1) & mask;
     slots_[s] = slot;
   }
+  unmapZeroed(old, oldCount * sizeof(Slot));
 }

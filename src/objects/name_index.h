@@ -7,14 +7,20 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 class NameIndex {
  public:
   NameIndex();
+  ~NameIndex();
+  NameIndex(const NameIndex&) = delete;
+  NameIndex& operator=(const NameIndex&) = delete;
 
   // The value of `key`, or null when it has none.
-  const std::uint32_t* find(std::string_view key) const;
+  const std::uint32_t* find(std::string_view key) const { return find(key, hash(key)); }
+  // The same in two steps, for a caller with other work to do in between:
+  // ask for the slot of `key` now, while the memory it lies in is fetched.
+  std::uint64_t prefetch(std::string_view key) const;
+  const std::uint32_t* find(std::string_view key, std::uint64_t h) const;
   // Gives `key` the value unless it has one already; returns whether it was
   // added.
   bool insert(std::string_view key, std::uint32_t value);
@@ -32,7 +38,10 @@ class NameIndex {
   std::size_t locate(std::string_view key, std::uint64_t h) const;
   void grow();
 
-  std::vector<Slot> slots_;
+  // A power of two of slots, zeroed memory from the system: large tables sit
+  // on huge pages.
+  Slot* slots_ = nullptr;
+  std::size_t slotCount_ = 0;
   std::string keys_;
   std::size_t size_ = 0;
 };

@@ -116,9 +116,15 @@ class ModelTemplates {
     warnings_.clear();
   }
 
-  // The template id for a record's name as written in the file.
+  // Starts looking up a record's name, which idFor() then finishes: with
+  // thousands of names the index is larger than the processor's caches, and
+  // the rest of the line is read while its memory is fetched.
+  void prepare(std::string_view raw) { rawHash_ = byRecordName_.prefetch(raw); }
+
+  // The template id for a record's name as written in the file, the one
+  // prepare() was given last.
   std::uint32_t idFor(std::string_view raw, TextWriter& echo, bool interactive) {
-    if (const std::uint32_t* known = byRecordName_.find(raw)) return *known;
+    if (const std::uint32_t* known = byRecordName_.find(raw, rawHash_)) return *known;
     std::string name = modelFileName(raw);
     std::string key = foldedName(name);
     std::uint32_t id;
@@ -148,6 +154,7 @@ class ModelTemplates {
   Vorlan& project_;
   std::string warnings_;
   std::uint32_t highest_ = 0;
+  std::uint64_t rawHash_ = 0;
   NameIndex byModel_;       // folded model file name -> template id
   NameIndex byRecordName_;  // name as the records write it -> template id
 };
@@ -180,6 +187,7 @@ int readObjectRecords(Vorlan& project, FILE* file, TextWriter& echo, const char*
     // or start with 0 is a header line.
     if (first && parseDouble(values, nullptr) == 0.0) continue;
     name.assign(rawName);  // the row lines below reuse the line buffer
+    templates.prepare(name);
 
     const char* at = values;
     const double value1 = parseDouble(at, nullptr);

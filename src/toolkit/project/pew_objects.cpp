@@ -1,29 +1,17 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
-#include <new>
-#include <sys/mman.h>
 
 #include "project/pew_object.h"
+#include "system/zeroed_memory.h"
 
 namespace {
 
-// 2 MB of memory mapped on its own, aligned to its size, asking for a huge
-// page: millions of handles or records then cost a few page faults instead
-// of thousands. Untouched parts take no memory.
-constexpr std::uintptr_t kHugeBytes = std::uintptr_t{2} << 20;
+// 2 MB of memory on a huge page: millions of handles or records then cost a
+// few page faults instead of thousands.
+constexpr std::size_t kHugeBytes = std::size_t{2} << 20;
 
-void* hugeChunk() {
-  void* p = ::mmap(nullptr, 2 * kHugeBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (p == MAP_FAILED) throw std::bad_alloc();
-  auto start = reinterpret_cast<std::uintptr_t>(p);
-  std::uintptr_t aligned = (start + kHugeBytes - 1) & ~(kHugeBytes - 1);
-  if (aligned != start) ::munmap(p, aligned - start);
-  std::uintptr_t tail = aligned + kHugeBytes;
-  if (tail != start + 2 * kHugeBytes) ::munmap(reinterpret_cast<void*>(tail), start + 2 * kHugeBytes - tail);
-  ::madvise(reinterpret_cast<void*>(aligned), kHugeBytes, MADV_HUGEPAGE);
-  return reinterpret_cast<void*>(aligned);
-}
+void* hugeChunk() { return mapZeroed(kHugeBytes); }
 
 }  // namespace
 
@@ -32,10 +20,10 @@ PewObject* PewObjects::newBlock() {
   return static_cast<PewObject*>(hugeChunk());
 }
 
-void PewObjects::freeBlock(PewObject* block) { ::munmap(block, kBlockBytes); }
+void PewObjects::freeBlock(PewObject* block) { unmapZeroed(block, kBlockBytes); }
 
 void PewObjects::Arena::release() {
-  for (unsigned char* chunk : chunks) ::munmap(chunk, kHugeBytes);
+  for (unsigned char* chunk : chunks) unmapZeroed(chunk, kHugeBytes);
   chunks.clear();
   large.clear();
 }

@@ -1,0 +1,40 @@
+#include "system/zeroed_memory.h"
+
+#include <cstdint>
+#include <new>
+#include <sys/mman.h>
+
+namespace {
+
+constexpr std::uintptr_t kHugeBytes = std::uintptr_t{2} << 20;
+
+std::size_t rounded(std::size_t bytes) {
+  const std::size_t unit = bytes >= kHugeBytes ? kHugeBytes : 4096;
+  return (bytes + unit - 1) / unit * unit;
+}
+
+}  // namespace
+
+void* mapZeroed(std::size_t bytes) {
+  const std::size_t size = rounded(bytes);
+  if (size < kHugeBytes) {
+    void* p = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (p == MAP_FAILED) throw std::bad_alloc();
+    return p;
+  }
+  // Map one huge page more than needed and cut the ends so that the block
+  // starts at a 2 MB boundary.
+  void* p = ::mmap(nullptr, size + kHugeBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (p == MAP_FAILED) throw std::bad_alloc();
+  auto start = reinterpret_cast<std::uintptr_t>(p);
+  std::uintptr_t aligned = (start + kHugeBytes - 1) & ~(kHugeBytes - 1);
+  if (aligned != start) ::munmap(p, aligned - start);
+  std::uintptr_t tail = aligned + size;
+  if (tail != start + size + kHugeBytes) ::munmap(reinterpret_cast<void*>(tail), start + size + kHugeBytes - tail);
+  ::madvise(reinterpret_cast<void*>(aligned), size, MADV_HUGEPAGE);
+  return reinterpret_cast<void*>(aligned);
+}
+
+void unmapZeroed(void* memory, std::size_t bytes) {
+  if (memory) ::munmap(memory, rounded(bytes));
+}
