@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -45,51 +46,61 @@ void pad(TextWriter& out, std::uint64_t width, std::uint64_t length) {
 
 // What the name column needs of one template.
 struct ModelName {
-  std::string base;           // model file name without extension
-  std::string shown;          // base as written (code page of the console)
-  std::size_t fileLength;     // length of the model file name as stored
+  std::string_view base;   // model file name without extension
+  std::string_view shown;  // base as written (code page of the console)
+  std::size_t fileLength;  // length of the model file name as stored
 };
 
 class ModelNames {
  public:
   explicit ModelNames(Vorlan& project) : project_(project) {}
 
-  // The name of the template with this id, or null when there is none.
-  // Objects come in any order of templates: the usual small ids find their
-  // name in a table indexed by id, others through the map that holds them.
-  const ModelName* find(std::uint32_t id) {
-    if (last_ && id == lastId_) return last_;
-    const ModelName* name = nullptr;
+  // The name of the template with this id, or nothing when there is none.
+  // Objects come in any order of templates, millions of lookups among
+  // thousands of names: the names lie packed in one block and small ids
+  // find theirs through a table indexed by id (others through a map), so
+  // that all of it stays in the processor's caches.
+  std::optional<ModelName> find(std::uint32_t id) {
+    std::uint32_t entry = 0;  // index + 1
     if (id < byId_.size()) {
-      name = byId_[id];
+      entry = byId_[id];
     } else if (id >= kIndexed) {
-      auto it = names_.find(id);
-      if (it != names_.end()) name = &it->second;
+      auto it = far_.find(id);
+      if (it != far_.end()) entry = it->second;
     }
-    if (!name) {
+    if (entry == 0) {
       PewObjectTemplate* t = project_.pew_get_template(static_cast<int>(id));
-      if (!t) return nullptr;
+      if (!t) return std::nullopt;
       FileStringA base(t->strModelFilename.Get());
       base.fs_RemoveExt("");
-      name = &names_.emplace(id, ModelName{std::string(base.View()), shownText(base.View()),
-                                           t->strModelFilename.Length()})
-                  .first->second;
+      std::string shown = shownText(base.View());
+      entries_.push_back(Entry{pool_.size(), base.View().size(), shown.size(), t->strModelFilename.Length()});
+      pool_ += base.View();
+      pool_ += shown;
+      entry = static_cast<std::uint32_t>(entries_.size());
       if (id < kIndexed) {
-        if (id >= byId_.size()) byId_.resize(id + 1, nullptr);
-        byId_[id] = name;
+        if (id >= byId_.size()) byId_.resize(id + 1, 0);
+        byId_[id] = entry;
+      } else {
+        far_.emplace(id, entry);
       }
     }
-    lastId_ = id;
-    return last_ = name;
+    const Entry& e = entries_[entry - 1];
+    return ModelName{std::string_view(pool_.data() + e.at, e.baseLength),
+                     std::string_view(pool_.data() + e.at + e.baseLength, e.shownLength), e.fileLength};
   }
 
  private:
+  struct Entry {
+    std::size_t at;  // the base name in pool_, the shown name right behind it
+    std::size_t baseLength, shownLength, fileLength;
+  };
   static constexpr std::uint32_t kIndexed = 1u << 20;
   Vorlan& project_;
-  std::unordered_map<std::uint32_t, ModelName> names_;  // owns the names
-  std::vector<const ModelName*> byId_;                  // ids below kIndexed
-  std::uint32_t lastId_ = 0;
-  const ModelName* last_ = nullptr;
+  std::string pool_;
+  std::vector<Entry> entries_;
+  std::vector<std::uint32_t> byId_;                   // ids below kIndexed
+  std::unordered_map<std::uint32_t, std::uint32_t> far_;  // the others
 };
 
 void putHeader(TextWriter& out, const ObjectLayout& layout, std::uint64_t width) {
@@ -195,7 +206,7 @@ int writeObjects(Vorlan& project, TextWriter& out, const ObjectLayout& layout) {
   // one.
   std::uint64_t longestModel = 0, longestInstance = 0;
   for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) {
-    const ModelName* name = names.find(o->templateId());
+    std::optional<ModelName> name = names.find(o->templateId());
     if (!name) {
       std::fprintf(stderr, "Error in pew. No template model index %u\n", o->templateId());
       return 0;  // lenient on purpose: nothing written, the export goes on as a success
@@ -208,11 +219,11 @@ int writeObjects(Vorlan& project, TextWriter& out, const ObjectLayout& layout) {
   if (layout.header) putHeader(out, layout, width);
 
   for (PewObject* o = objects.pewobject_GetFirstValid(); o && out.ok(); o = objects.pewobject_GetNextValid(o)) {
-    const ModelName& name = *names.find(o->templateId());
+    const ModelName name = *names.find(o->templateId());
     std::size_t length = name.base.size();
     out.put('"');
     if (layout.format == 1 && !o->instanceName().empty()) {
-      std::string text = name.base + ":" + std::string(o->instanceName());
+      std::string text = std::string(name.base) + ":" + std::string(o->instanceName());
       length = text.size();
       out.put(shownText(text));
     } else {
