@@ -3,6 +3,8 @@
 #include <bit>
 #include <cstring>
 
+#include "system/zeroed_memory.h"
+
 namespace {
 
 // The bytes that make two objects twins: the template id and the transform.
@@ -31,7 +33,7 @@ struct TwinKey {
 
 }  // namespace
 
-std::vector<std::uint32_t> findLaterTwins(const std::vector<const PewObject*>& objects) {
+std::vector<std::uint32_t> findLaterTwins(std::span<const PewObject* const> objects) {
   const std::size_t n = objects.size();
   std::vector<std::uint32_t> twin(n, kNoTwin);
   if (n < 2) return twin;
@@ -41,7 +43,7 @@ std::vector<std::uint32_t> findLaterTwins(const std::vector<const PewObject*>& o
   // most probes settle without reading the object.
   const std::size_t capacity = std::bit_ceil(2 * n);
   const std::size_t mask = capacity - 1;
-  std::vector<std::uint64_t> slots(capacity, 0);
+  ZeroedArray<std::uint64_t> slots(capacity);  // tens of megabytes: on huge pages, zeroed by the system
 
   // From the back: a group's slot always holds its nearest member seen so
   // far, which is the first twin behind the object now in hand. The slots

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "project/pew_object.h"
@@ -13,4 +14,4 @@
 inline constexpr std::uint32_t kNoTwin = 0xFFFFFFFF;
 
 // For each objects[i], the index of its first later twin, or kNoTwin.
-std::vector<std::uint32_t> findLaterTwins(const std::vector<const PewObject*>& objects);
+std::vector<std::uint32_t> findLaterTwins(std::span<const PewObject* const> objects);

@@ -8,6 +8,7 @@
 #include "driver/console.h"
 #include "driver/save_project.h"
 #include "duplicate_finder.h"
+#include "system/zeroed_memory.h"
 #include "text/text_writer.h"
 #include "text/utf_convertors.h"
 
@@ -45,20 +46,22 @@ class ShownModels {
 int listDuplicates(Vorlan& project) {
   std::fputs("listing duplicate objects...\n", stdout);
   PewObjects& objects = *project.pew_get_objects();
-  std::vector<const PewObject*> valid;
-  valid.reserve(objects.slotCount());
-  for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) valid.push_back(o);
+  // Millions of handles: memory on huge pages, not grown piece by piece.
+  ZeroedArray<const PewObject*> room(objects.slotCount());
+  std::size_t count = 0;
+  for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) room[count++] = o;
+  const std::span<const PewObject* const> valid(&room[0], count);
   const std::vector<std::uint32_t> twin = findLaterTwins(valid);
 
   ShownModels models(project);
-  int count = 0;
+  int found = 0;
   std::fflush(stdout);
   {
     TextWriter out(stdout);
     for (std::size_t i = 0; i < valid.size(); ++i) {
       if (twin[i] == kNoTwin) continue;
       const PewObject& a = *valid[i];
-      ++count;
+      ++found;
       out.put(models.of(a.templateId()));
       out.put(": ID ");
       out.putInt(a.objectId());
@@ -71,7 +74,7 @@ int listDuplicates(Vorlan& project) {
       out.put('\n');
     }
   }
-  if (count != 0) std::printf("at least %d duplicates found\n", count);
+  if (found != 0) std::printf("at least %d duplicates found\n", found);
   else std::fputs("no duplicates found\n", stdout);
   return 0;
 }

@@ -8,7 +8,9 @@ namespace {
 
 constexpr std::uintptr_t kHugeBytes = std::uintptr_t{2} << 20;
 
+// Whole pages, and at least one: an empty array still has an address.
 std::size_t rounded(std::size_t bytes) {
+  if (bytes == 0) bytes = 1;
   const std::size_t unit = bytes >= kHugeBytes ? kHugeBytes : 4096;
   return (bytes + unit - 1) / unit * unit;
 }
