@@ -1,4 +1,5 @@
 #include "system/mapped_file.h"
+#include "system/zeroed_memory.h"
 
 #include <unistd.h>
 
@@ -74,4 +75,16 @@ TEST(MappedFile, PiecesTellWhichPagesStillHoldTheFile) {
   EXPECT_EQ(pieces.size(), 2u);
   EXPECT_EQ(pieces[0].substr(pieces[0].find(' ')), " memory");
   EXPECT_EQ(pieces[1], "0+4 memory");
+}
+
+// Memory from the system: an empty array still has an address; a large one
+// (huge pages) reads zero to its last entry and keeps what is written there.
+TEST(ZeroedArray, EmptyAndLarge) {
+  ZeroedArray<int> none(0);
+  EXPECT_NE(&none[0], nullptr);
+  ZeroedArray<std::uint64_t> large((std::size_t{3} << 18) + 1);
+  const std::size_t last = large.size() - 1;
+  EXPECT_EQ(large[0] + large[last], 0u);
+  large[last] = 7;
+  EXPECT_EQ(large[last], 7u);
 }
