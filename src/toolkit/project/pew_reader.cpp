@@ -1,11 +1,13 @@
 // Reading a project file. Every count is checked against the bytes left in
 // the file before anything is allocated for it, and the first problem is
 // reported with the block it was found in and its byte offset.
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
 
 #include "project/pew_codec.h"
+#include "project/slot_scan.h"
 #include "status.h"
 
 namespace {
@@ -36,7 +38,10 @@ std::string decimal(unsigned __int128 value) {
 
 class Decoder {
  public:
-  Decoder(ProjectContent& out, DecodeFailure& failure) : out_(out), failure_(failure) {
+  // The second thread starts at once: it indexes slots in the second half
+  // of the file while this one reads the templates and the first half.
+  Decoder(ProjectContent& out, DecodeFailure& failure)
+      : out_(out), failure_(failure), scan_(out.file.data(), out.file.data() + out.file.size()) {
     in_.openMemory(out.file.data(), out.file.size());
   }
 
@@ -79,11 +84,13 @@ class Decoder {
   bool grid();
   bool objects();
   bool badSlot(std::uint32_t i, std::uint32_t count, std::size_t at, std::uint32_t nameLength);
+  std::uint32_t takeScanned(SlotScan& scan, std::uint32_t wanted, std::size_t& at);
   bool tail();
 
   ByteSource in_;
   ProjectContent& out_;
   DecodeFailure& failure_;
+  SlotScan scan_;
   std::string block_ = "header";
 };
 
@@ -239,39 +246,70 @@ bool Decoder::objects() {
   PewObjects& list = out_.objects;
   using namespace pew_record;
   // One pass over the records in place: each is checked, and the list gets
-  // a handle to it; nothing is copied.
+  // a handle to it; nothing is copied. In a big project a second thread
+  // takes the second half (see SlotScan).
   unsigned char* base = out_.file.data();
   std::size_t at = static_cast<std::size_t>(in_.offset());
   const std::size_t end = static_cast<std::size_t>(in_.size());
+  SlotScan& scan = scan_;
+  std::size_t split = scan.start() ? static_cast<std::size_t>(scan.start() - base) : end + 1;
   constexpr std::size_t kAhead = 2048;
-  for (std::uint32_t i = 0; i < count; ++i) {
+  for (std::uint32_t i = 0; i < count;) {
+    if (at >= split) {
+      split = end + 1;
+      i += takeScanned(scan, count - i, at);
+      if (i == count) break;
+    }
     std::size_t left = end - at;
     unsigned char* p = base + at;
     // Where a record starts follows from the one before, a chain of loads
     // the processor cannot run ahead on: ask for the bytes some records on.
     if (left > kAhead) __builtin_prefetch(p + kAhead);
-    std::uint16_t valid = 0;
-    if (left >= 2) std::memcpy(&valid, p, sizeof valid);
-    std::uint32_t nameLength = 0;
-    if (left >= kName) std::memcpy(&nameLength, p + kNameLength, sizeof nameLength);
-    std::size_t need = left < 2 ? 2 : valid == 0 ? 2 : left < kName ? kName : kFixedBytes + std::size_t{nameLength};
-    if (need > left || (valid != 0 && nameLength != 0 && p[kName + nameLength - 1] != 0))
+    std::size_t size = slot_scan::slotSize(p, left);
+    if (size == 0) {
+      std::uint32_t nameLength = 0;
+      if (left >= kName) std::memcpy(&nameLength, p + kNameLength, sizeof nameLength);
       return badSlot(i, count, at, nameLength);
+    }
     list.appendRecord(p);
-    if (valid != 0) {
+    if (size > 2) {
       std::int32_t id;
       std::memcpy(&id, p + kObjectId, sizeof id);
       list.noteId(id);
       std::uint32_t templateId;
-      std::memcpy(&templateId, p + kName + nameLength + kTemplateId, sizeof templateId);
+      std::memcpy(&templateId, p + size - (kFixedBytes - kName) + kTemplateId, sizeof templateId);
       out_.templates.countObject(templateId, true);
     }
-    at += need;
+    at += size;
+    ++i;
   }
   in_.advance(at - static_cast<std::size_t>(in_.offset()));
   // The usage counts are complete: a report need not walk the objects again.
   out_.templates.usageCounted(list);
   return true;
+}
+
+// When the slot at `at` is one the second thread indexed, takes it and the
+// ones behind it, up to `wanted` in all, as the reader's own walk would
+// have (from the same slot both walks see the same slots), and moves `at`
+// past them. Fewer when the thread stopped early: the reader goes on from
+// there and meets the slot that stopped it itself. Returns how many.
+std::uint32_t Decoder::takeScanned(SlotScan& scan, std::uint32_t wanted, std::size_t& at) {
+  const unsigned char* here = out_.file.data() + at;
+  const std::size_t found = scan.finish();
+  const std::size_t first = scan.find(here);
+  if (first == found) return 0;  // the walks never met
+  const std::size_t n = std::min<std::size_t>(found - first, wanted);
+  PewObjects& list = out_.objects;
+  for (std::size_t k = first; k < first + n; ++k) {
+    const SlotScan::Slot& slot = scan[k];
+    list.appendRecord(reinterpret_cast<unsigned char*>(slot.record & ~SlotScan::kDeleted));
+    if (slot.record & SlotScan::kDeleted) continue;
+    list.noteId(slot.objectId);
+    out_.templates.countObject(slot.templateId, true);
+  }
+  at = static_cast<std::size_t>(scan.after(first + n - 1) - out_.file.data());
+  return static_cast<std::uint32_t>(n);
 }
 
 // Reports the first problem of a slot that does not fit or whose name does
