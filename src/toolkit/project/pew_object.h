@@ -125,6 +125,20 @@ class PewObjects {
   // For the codec: appends a handle to a record that lies in memory the
   // project keeps for as long as the list holds it; no ID is assigned.
   void appendRecord(unsigned char* record);
+  // For the codec, once it has appended every record of a file: they lie
+  // in the `n` bytes at `records`, one after another.
+  void noteRecordsRead(const unsigned char* records, std::size_t n) {
+    readRecords_ = records;
+    readBytes_ = n;
+    readChanges_ = changes_;
+  }
+  // Those bytes while the list is still exactly as read (no slot added,
+  // deleted, marked or moved since), so that a save can write them in one
+  // piece without a walk; otherwise null.
+  const unsigned char* recordsAsRead(std::size_t& n) const {
+    n = readBytes_;
+    return changes_ == readChanges_ ? readRecords_ : nullptr;
+  }
   void noteId(std::int32_t id);
   void clear();
   template <typename F>
@@ -172,6 +186,9 @@ class PewObjects {
   std::size_t arenaUsed_ = 0, arenaRoom_ = 0;
   std::int64_t maxId_ = 0;  // highest object ID in the list; new IDs start at 1
   std::uint64_t changes_ = 0;
+  const unsigned char* readRecords_ = nullptr;
+  std::size_t readBytes_ = 0;
+  std::uint64_t readChanges_ = ~std::uint64_t{0};
   // Once the highest ID is taken, new IDs fill the gaps from the lowest up:
   // the IDs held, sorted, and how far the search has come. Valid while the
   // list has changed only by the additions that took those IDs.

@@ -148,6 +148,7 @@ void PewObjects::setInstanceName(PewObject* object, std::string_view name) {
     std::memcpy(moved + pew_record::kNameLength, &newLength, sizeof newLength);
     object->bits_ = (object->bits_ & PewObject::kMarked) | reinterpret_cast<std::uintptr_t>(moved);
     r = moved;
+    ++changes_;  // the records no longer lie as read
   }
   if (!name.empty()) std::memcpy(r + pew_record::kName, name.data(), name.size());
   r[pew_record::kName + name.size()] = 0;

@@ -283,6 +283,7 @@ bool Decoder::objects() {
     at += size;
     ++i;
   }
+  list.noteRecordsRead(base + in_.offset(), at - static_cast<std::size_t>(in_.offset()));
   in_.advance(at - static_cast<std::size_t>(in_.offset()));
   // The usage counts are complete: a report need not walk the objects again.
   out_.templates.usageCounted(list);

@@ -78,6 +78,11 @@ void putKept(ByteSink& out, const MappedFile& file, const unsigned char* bytes, 
 // after another in memory, as the records read from a file do, go out as one
 // run: a save of a project whose objects barely changed copies the old file.
 void putObjects(ByteSink& out, const PewObjects& objects, const MappedFile& file) {
+  std::size_t asRead = 0;
+  if (const unsigned char* records = objects.recordsAsRead(asRead)) {
+    putKept(out, file, records, asRead);  // untouched since read: no walk over the records
+    return;
+  }
   const unsigned char* runStart = nullptr;
   const unsigned char* runEnd = nullptr;
   objects.forEachSlot([&](const PewObject& o) {

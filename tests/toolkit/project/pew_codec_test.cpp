@@ -47,7 +47,7 @@ TEST(PewCodec, UnchangedProjectWritesBackByteIdentical) {
 
 // A save has the system copy what still holds the old file's bytes and
 // writes what was changed in place since: records changed in the middle of
-// a long run of untouched ones come out changed.
+// a long run of untouched ones come out changed, and so does one renamed.
 TEST(PewCodec, SaveOfAnOpenedFileKeepsEveryChangeMadeInPlace) {
   TempDir dir;
   ProjectFixture f;
@@ -65,9 +65,11 @@ TEST(PewCodec, SaveOfAnOpenedFileKeepsEveryChangeMadeInPlace) {
   for (PewObject* o = objects->pewobject_GetFirstValid(); o; o = objects->pewobject_GetNextValid(o), ++i) {
     if (i == 10000) o->setRelativeHeight(7.5f);
     if (i == 19999) o->setUnnamedA(3);
+    if (i == 5000) objects->setInstanceName(o, "moved");  // a longer record, kept elsewhere
   }
   f.objects[10000].relative(7.5f);
   f.objects[19999].unnamedA = 3;
+  f.objects[5000].named("moved");
   ASSERT_EQ(project.pew_Create(dir.file("changed.pew").c_str(), 0), status::kOk);
   EXPECT_EQ(readFileBytes(dir.file("changed.pew")), f.bytes());
 }
