@@ -153,6 +153,10 @@ class PewObjects {
   // Bumped by every change of membership or validity; lets the store know
   // when its per-template usage counts must be rebuilt.
   std::uint64_t changeCount() const { return changes_; }
+  // Bumped only by the changes that can change which templates the objects
+  // use and how many are valid: not by removing deleted slots, which refer
+  // to no template, nor by renaming, so that a reduction keeps the counts.
+  std::uint64_t usageChangeCount() const { return usageChanges_; }
 
  private:
   static constexpr std::size_t kBlockShift = 18;  // 262144 handles, 2 MB a block (one huge page)
@@ -186,6 +190,7 @@ class PewObjects {
   std::size_t arenaUsed_ = 0, arenaRoom_ = 0;
   std::int64_t maxId_ = 0;  // highest object ID in the list; new IDs start at 1
   std::uint64_t changes_ = 0;
+  std::uint64_t usageChanges_ = 0;
   const unsigned char* readRecords_ = nullptr;
   std::size_t readBytes_ = 0;
   std::uint64_t readChanges_ = ~std::uint64_t{0};

@@ -38,6 +38,7 @@ void PewObjects::appendRecord(unsigned char* record) {
   o.bits_ = reinterpret_cast<std::uintptr_t>(record);
   ++size_;
   ++changes_;
+  ++usageChanges_;
 }
 
 std::size_t PewObjects::indexOf(const PewObject* object) const {
@@ -132,6 +133,7 @@ void PewObjects::markInvalid(PewObject* object) {
   if (!object || object->erased() || object->marked()) return;
   object->bits_ |= PewObject::kMarked;
   ++changes_;
+  ++usageChanges_;
 }
 
 void PewObjects::setInstanceName(PewObject* object, std::string_view name) {
@@ -164,6 +166,7 @@ void PewObjects::clear() {
   erased_ = 0;
   maxId_ = 0;
   ++changes_;
+  ++usageChanges_;
 }
 
 PewObject* PewObjects::findValid(std::size_t from) {
@@ -210,6 +213,7 @@ PewObject* PewObjects::pewobject_GetInvalid(PewObject* position) {
 
 PewObject* PewObjects::pewobjects_DeleteObject(PewObject* object) {
   if (!object || object->erased()) return object;
+  if (object->refersToTemplate()) ++usageChanges_;
   object->bits_ = 0;
   ++erased_;
   ++changes_;

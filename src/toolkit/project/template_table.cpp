@@ -103,12 +103,12 @@ void TemplateTable::rebuildUsage(const PewObjects& objects) {
 }
 
 void TemplateTable::refreshUsage(const PewObjects& objects) {
-  if (usageGeneration_ != generation_ || usageObjectChanges_ != objects.changeCount()) rebuildUsage(objects);
+  if (usageGeneration_ != generation_ || usageObjectChanges_ != objects.usageChangeCount()) rebuildUsage(objects);
 }
 
 void TemplateTable::usageCounted(const PewObjects& objects) {
   usageGeneration_ = generation_;
-  usageObjectChanges_ = objects.changeCount();
+  usageObjectChanges_ = objects.usageChangeCount();
 }
 
 std::uint32_t TemplateTable::usage(const PewObjectTemplate* t, const PewObjects& objects) {
