@@ -15,18 +15,27 @@ constexpr std::size_t kLongestProbedName = 256;
 // How far past the middle a boundary is looked for.
 constexpr std::size_t kSearchBytes = std::size_t{64} << 10;
 
+// The flag and the name's length are checked before the byte behind the
+// name is read: most places fail on them, and that byte may lie anywhere in
+// the file, on a page not read yet.
 bool looksLikeBoundary(const unsigned char* p, const unsigned char* end) {
+  using namespace pew_record;
   int valid = 0;
   for (int k = 0; k < kProbeSlots; ++k) {
     const auto left = static_cast<std::size_t>(end - p);
+    if (left < kName) return false;
+    std::uint16_t flag;
+    std::memcpy(&flag, p, sizeof flag);
+    if (flag == 0) {
+      p += 2;
+      continue;
+    }
+    std::uint32_t nameLength;
+    std::memcpy(&nameLength, p + kNameLength, sizeof nameLength);
+    if (flag != 1 || nameLength > kLongestProbedName) return false;
     const std::size_t size = slotSize(p, left);
     if (size == 0) return false;
-    if (size > 2) {
-      std::uint16_t flag;
-      std::memcpy(&flag, p, sizeof flag);
-      if (flag != 1 || size > pew_record::kFixedBytes + kLongestProbedName) return false;
-      ++valid;
-    }
+    ++valid;
     p += size;
   }
   return valid >= kProbeSlots / 2;
