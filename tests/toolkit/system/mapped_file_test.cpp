@@ -10,16 +10,25 @@
 
 #include "temp_dir.h"
 
+namespace {
+
+const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+
+// Maps a file of `pages` pages of `fill`.
+bool mapPages(MappedFile& file, const TempDir& dir, std::size_t pages, char fill) {
+  writeFileText(dir.file("pages"), std::string(pages * page, fill));
+  return file.open(dir.file("pages").c_str()) == 0 && file.size() == pages * page;
+}
+
+}  // namespace
+
 // Pages given back are read from the file again, so a change written into
 // the mapping survives exactly where no whole page around it was given back.
 // This is what keeps an edited record next to the heights a save writes.
 TEST(MappedFile, GivesBackOnlyTheWholePagesAsked) {
   TempDir dir;
-  const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  writeFileText(dir.file("five"), std::string(5 * page, 'f'));
   MappedFile file;
-  ASSERT_EQ(file.open(dir.file("five").c_str()), 0);
-  ASSERT_EQ(file.size(), 5 * page);
+  ASSERT_TRUE(mapPages(file, dir, 5, 'f'));
   unsigned char* bytes = file.data();
   // Marks at the edges of the range page + 1 .. 4 * page - 1 and inside it.
   const std::size_t marks[] = {page, page + 1, 2 * page, 4 * page - 2, 4 * page - 1, 4 * page};
@@ -46,10 +55,8 @@ TEST(MappedFile, GivesBackOnlyTheWholePagesAsked) {
 // written to does not, and neither do bytes that are not the file's.
 TEST(MappedFile, PiecesTellWhichPagesStillHoldTheFile) {
   TempDir dir;
-  const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  writeFileText(dir.file("eight"), std::string(8 * page, 'e'));
   MappedFile file;
-  ASSERT_EQ(file.open(dir.file("eight").c_str()), 0);
+  ASSERT_TRUE(mapPages(file, dir, 8, 'e'));
   unsigned char* bytes = file.data();
   EXPECT_EQ(bytes[page + 9], 'e');  // read only
   bytes[3 * page + 5] = 'w';
