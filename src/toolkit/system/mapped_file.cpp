@@ -83,7 +83,7 @@ void MappedFile::giveBack(std::size_t upTo) {
   if (mappedRoom_ == 0 || upTo > size_) return;
   const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
   std::size_t done = upTo / page * page;
-  if (done <= given_) return;
+  if (done <= given_ || done - given_ < kGiveBackStep) return;
   ::madvise(data_ + given_, done - given_, MADV_DONTNEED);
   given_ = done;
 }

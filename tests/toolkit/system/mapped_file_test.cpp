@@ -39,10 +39,10 @@ TEST(MappedFile, GivesBackOnlyTheWholePagesAsked) {
   EXPECT_EQ(kept, "wwfwww") << "only the pages wholly inside the range are read again";
   EXPECT_EQ(bytes[5 * page], 0) << "a zero follows the file";
 
-  file.giveBack(3 * page - 1);  // the first two pages only
+  file.giveBack(3 * page - 1);  // less than a step: nothing goes back yet
   kept.clear();
   for (std::size_t at : marks) kept += static_cast<char>(bytes[at]);
-  EXPECT_EQ(kept, "fffwww");
+  EXPECT_EQ(kept, "wwfwww");
 
   file.copy(reinterpret_cast<const unsigned char*>("copied"), 6);
   file.data()[0] = 'C';
@@ -94,4 +94,21 @@ TEST(ZeroedArray, EmptyAndLarge) {
   EXPECT_EQ(large[0] + large[last], 0u);
   large[last] = 7;
   EXPECT_EQ(large[last], 7u);
+}
+
+// Giving back the bytes read so far goes in steps: a whole step of pages
+// goes back at once, what follows waits for the next step.
+TEST(MappedFile, GivesBackTheBytesReadInSteps) {
+  TempDir dir;
+  MappedFile file;
+  const std::size_t step = MappedFile::kGiveBackStep;
+  ASSERT_TRUE(mapPages(file, dir, step / page + 3, 'f'));
+  unsigned char* bytes = file.data();
+  const std::size_t marks[] = {page, step + page - 1, step + page, step + 2 * page};
+  for (std::size_t at : marks) bytes[at] = 'w';
+  file.giveBack(step + page + 1);
+  file.giveBack(step + 2 * page + 1);  // one page more: kept until a step has gathered
+  std::string kept;
+  for (std::size_t at : marks) kept += static_cast<char>(bytes[at]);
+  EXPECT_EQ(kept, "ffww");
 }
