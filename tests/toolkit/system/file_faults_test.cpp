@@ -3,6 +3,7 @@
 // link wrapped (see CMakeLists.txt), so each test can script what the next
 // calls of the toolkit's own code return.
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,6 +18,7 @@
 #include "system/byte_sink.h"
 #include "system/export_file.h"
 #include "system/file_calls.h"
+#include "system/project_lock.h"
 #include "closed_input.h"
 #include "fixture_builder.h"
 #include "message_capture.h"
@@ -195,6 +197,11 @@ TEST_F(FileFaults, ByteSinkWritesEveryByteOrReportsTheFirstFailure) {
   EXPECT_EQ(onZero.close(), 0);
   EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "descriptor 0 is still open";
   EXPECT_EQ(readFileText(dir.file("zero")), "z");
+  {
+    ByteSink dropped;  // on descriptor 0 again, and never closed by hand
+    ASSERT_EQ(dropped.create(dir.file("dropped").c_str()), 0);
+  }
+  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "a sink dropped unclosed still holds descriptor 0";
   ByteSink unsynced;
   ASSERT_EQ(unsynced.create(dir.file("unsynced").c_str()), 0);
   unsynced.put('u');
@@ -337,3 +344,15 @@ TEST_F(FileFaults, WorldThatFailsToCloseIsNotMade) {
 }
 
 }  // namespace
+
+// A lock taken while standard input is closed sits on descriptor 0 and
+// holds the project all the same.
+TEST_F(FileFaults, ProjectLockOnDescriptorZeroHoldsTheProject) {
+  writeFileText(dir.file("map.pew"), "project");
+  ClosedInput closed;
+  ProjectLock lock;
+  ASSERT_EQ(lock.acquire(dir.file("map.pew").c_str(), 0, nullptr), 0);
+  int other = open(dir.file("map.pew").c_str(), O_RDONLY);
+  EXPECT_NE(flock(other, LOCK_EX | LOCK_NB), 0) << "the project is not held";
+  close(other);
+}

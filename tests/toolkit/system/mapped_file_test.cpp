@@ -39,10 +39,11 @@ TEST(MappedFile, GivesBackOnlyTheWholePagesAsked) {
   EXPECT_EQ(kept, "wwfwww") << "only the pages wholly inside the range are read again";
   EXPECT_EQ(bytes[5 * page], 0) << "a zero follows the file";
 
-  file.giveBack(3 * page - 1);  // less than a step: nothing goes back yet
+  file.giveBack(3 * page - 1);               // less than a step: nothing goes back yet
+  file.giveBackRange(bytes + page, page);  // exactly the second page
   kept.clear();
   for (std::size_t at : marks) kept += static_cast<char>(bytes[at]);
-  EXPECT_EQ(kept, "wwfwww");
+  EXPECT_EQ(kept, "fffwww");
 
   file.copy(reinterpret_cast<const unsigned char*>("copied"), 6);
   file.data()[0] = 'C';
