@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <unistd.h>
 #include <sys/resource.h>
 
 #include "fixture_builder.h"
@@ -83,6 +84,12 @@ TEST(WorldWriter, UnwritableNamesAndVersionsLeaveNothingBehind) {
   EXPECT_EQ(MessageCapture::calls, 1);
   EXPECT_EQ(dir.names(), std::vector<std::string>{"folder"});
   EXPECT_TRUE(dir.names("folder").empty());
+  // Leftover temporary names of this process, all but the first: the first is free.
+  const std::string stem = dir.file("w.wrp") + "." + std::to_string(getpid()) + "-";
+  for (int k = 1; k < 100; ++k) writeFileText(stem + std::to_string(k) + ".tmp", "");
+  EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kOk);
+  for (int k = 1; k < 100; ++k) std::filesystem::remove(stem + std::to_string(k) + ".tmp");
+  std::filesystem::remove(dir.file("w.wrp"));
   world.Close();
   EXPECT_FALSE(world.IsBuilt());
   EXPECT_EQ(world.wrp_Create(dir.file("w.wrp").c_str(), 8), status::kNoProject);
