@@ -101,18 +101,19 @@ TEST(ObjectList, NewObjectsGetUnusedIdsAndStayPut) {
   list->setInstanceName(first, "front door");  // a longer name moves the record, not the object
   EXPECT_EQ(std::make_tuple(first->instanceName(), first->objectId(), first->unnamedA()),
             std::make_tuple(std::string_view("front door"), 41, -1));
-  // Past the first block of handles, with invalid ones around its end.
+  // Past two blocks of handles: invalid ones around the end of the first,
+  // valid ones on both sides of the second boundary.
   std::set<int> ids{40, 7, 41};
-  for (int i = 0; i < 300000; ++i) {
+  for (int i = 0; i < 530000; ++i) {
     PewObject* o = list->AddPewObject();
     ids.insert(o->objectId());
     if (i % 7 == 0 || (i > 262130 && i < 262150)) list->markInvalid(o);
   }
-  EXPECT_EQ(ids.size(), 300003u);
+  EXPECT_EQ(ids.size(), 530003u);
   EXPECT_EQ(first->objectId(), 41);  // records never move as the list grows
-  EXPECT_EQ(list->slotCount(), 300003u);
-  EXPECT_EQ(validIds(list).size(), 300003u - 42875u);  // 42858 sevenths and 17 more
-  EXPECT_EQ(reduce(list), 42875);
+  EXPECT_EQ(list->slotCount(), 530003u);
+  EXPECT_EQ(validIds(list).size(), 530003u - 75732u);  // 75715 sevenths and 17 more
+  EXPECT_EQ(reduce(list), 75732);
 
   // When the highest possible ID is taken, the lowest free one is used.
   Vorlan other;
