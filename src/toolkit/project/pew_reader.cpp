@@ -251,13 +251,12 @@ bool Decoder::objects() {
   unsigned char* base = out_.file.data();
   std::size_t at = static_cast<std::size_t>(in_.offset());
   const std::size_t end = static_cast<std::size_t>(in_.size());
-  SlotScan& scan = scan_;
-  std::size_t split = scan.start() ? static_cast<std::size_t>(scan.start() - base) : end + 1;
+  std::size_t split = scan_.start() ? static_cast<std::size_t>(scan_.start() - base) : end + 1;
   constexpr std::size_t kAhead = 2048;
   for (std::uint32_t i = 0; i < count;) {
     if (at >= split) {
       split = end + 1;
-      i += takeScanned(scan, count - i, at);
+      i += takeScanned(scan_, count - i, at);
       if (i == count) break;
     }
     std::size_t left = end - at;
@@ -273,12 +272,8 @@ bool Decoder::objects() {
     }
     list.appendRecord(p);
     if (size > 2) {
-      std::int32_t id;
-      std::memcpy(&id, p + kObjectId, sizeof id);
-      list.noteId(id);
-      std::uint32_t templateId;
-      std::memcpy(&templateId, p + size - (kFixedBytes - kName) + kTemplateId, sizeof templateId);
-      out_.templates.countObject(templateId, true);
+      list.noteId(slot_scan::slotObjectId(p));
+      out_.templates.countObject(slot_scan::slotTemplateId(p, size), true);
     }
     at += size;
     ++i;

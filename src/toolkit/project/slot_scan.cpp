@@ -82,8 +82,8 @@ void SlotScan::run() {
     if (size == 2) {
       slot.record |= kDeleted;
     } else {
-      std::memcpy(&slot.objectId, p + kObjectId, sizeof slot.objectId);
-      std::memcpy(&slot.templateId, p + size - (kFixedBytes - kName) + kTemplateId, sizeof slot.templateId);
+      slot.objectId = slot_scan::slotObjectId(p);
+      slot.templateId = slot_scan::slotTemplateId(p, size);
     }
     p += size;
   }

@@ -37,6 +37,19 @@ inline std::size_t slotSize(const unsigned char* p, std::size_t left) {
   return need;
 }
 
+// The object ID and the template id of a valid slot of `size` bytes at `p`.
+inline std::int32_t slotObjectId(const unsigned char* p) {
+  std::int32_t id;
+  std::memcpy(&id, p + pew_record::kObjectId, sizeof id);
+  return id;
+}
+inline std::uint32_t slotTemplateId(const unsigned char* p, std::size_t size) {
+  using namespace pew_record;
+  std::uint32_t id;
+  std::memcpy(&id, p + size - (kFixedBytes - kName) + kTemplateId, sizeof id);
+  return id;
+}
+
 // Files smaller than this are read by the reader alone. Tests lower it.
 inline std::size_t minFileBytes = std::size_t{16} << 20;
 // The thread takes at most one slot for this many bytes it may walk: its

@@ -6,6 +6,10 @@
 
 #include <cstddef>
 
+// Zeroed memory of `bytes` (a multiple of the page size) that starts at a
+// 2 MB boundary, without asking for huge pages; null with errno set when
+// there is none.
+void* mapAligned(std::size_t bytes);
 // Returns `bytes` of zeroed memory; throws std::bad_alloc when there is none.
 void* mapZeroed(std::size_t bytes);
 // Gives back memory from mapZeroed() of the same size.
