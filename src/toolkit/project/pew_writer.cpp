@@ -1,6 +1,8 @@
 // Writing a project file: the exact mirror of the reader.
 #include "project/pew_codec.h"
 
+#include <algorithm>
+
 namespace {
 
 void putText(ByteSink& out, const GenString& text) {
@@ -63,14 +65,25 @@ constexpr std::size_t kCopyAtLeast = std::size_t{256} << 10;
 // Bytes that may lie in the old file's mapping: the pieces that still hold
 // the file's bytes are copied by the system from file to file, which is
 // several times faster than writing them from memory; the rest is written.
+// Behind the writing, the old file's pages are let go (see dropBehind), a
+// step at a time, which is also why a long piece is copied in steps.
 void putKept(ByteSink& out, const MappedFile& file, const unsigned char* bytes, std::size_t n) {
   if (n < kCopyAtLeast) {
     out.write(bytes, n);
+    file.dropBehind(bytes + n);
     return;
   }
   file.forEachPiece(bytes, n, [&](const unsigned char* piece, std::size_t length, int fd, std::uint64_t offset) {
-    std::size_t copied = fd >= 0 && length >= kCopyAtLeast ? out.copyFrom(fd, offset, length) : 0;
-    out.write(piece + copied, length - copied);
+    std::size_t done = 0;
+    while (fd >= 0 && length - done >= kCopyAtLeast) {
+      std::size_t step = std::min(length - done, MappedFile::kGiveBackStep);
+      std::size_t copied = out.copyFrom(fd, offset + done, step);
+      done += copied;
+      file.dropBehind(piece + done);
+      if (copied < step) break;
+    }
+    out.write(piece + done, length - done);
+    file.dropBehind(piece + length);
   });
 }
 

@@ -16,7 +16,7 @@ void MappedFile::release() {
   if (mappedRoom_ != 0) ::munmap(data_, mappedRoom_);
   if (fd_ >= 0) ::close(fd_);
   fd_ = -1;
-  mappedRoom_ = given_ = 0;
+  mappedRoom_ = given_ = dropped_ = 0;
   copy_.clear();
   data_ = nullptr;
   size_ = 0;
@@ -109,6 +109,40 @@ bool holdsFileBytes(std::uint64_t entry) {
   return (entry & kSwapped) == 0;
 }
 
+// Reads the page map for the pages of `from` to `to` and calls
+// `f(runEnd, inFile)` at the end of each run of pages alike, in order, the
+// last run ending at `to`. Returns false when the system would not say: the
+// runs read so far are reported, the rest not.
+template <typename F>
+bool forEachPageRun(int pagemap, const unsigned char* from, const unsigned char* to, F&& f) {
+  const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  std::uintptr_t at = reinterpret_cast<std::uintptr_t>(from) / page;
+  const std::uintptr_t endPage = (reinterpret_cast<std::uintptr_t>(to) + page - 1) / page;
+  auto address = [&](std::uintptr_t pageNumber) {
+    return std::max(from, reinterpret_cast<const unsigned char*>(pageNumber * page));
+  };
+  std::vector<std::uint64_t> entries(4096);
+  bool runInFile = false;
+  bool known = false;
+  while (at < endPage) {
+    std::size_t count = std::min<std::uintptr_t>(entries.size(), endPage - at);
+    ssize_t got = ::pread(pagemap, entries.data(), count * sizeof(std::uint64_t), static_cast<off_t>(at * sizeof(std::uint64_t)));
+    if (got <= 0) {
+      if (known) f(address(at), runInFile);
+      return false;
+    }
+    count = static_cast<std::size_t>(got) / sizeof(std::uint64_t);
+    for (std::size_t i = 0; i < count; ++i, ++at) {
+      bool inFile = holdsFileBytes(entries[i]);
+      if (known && inFile != runInFile) f(address(at), runInFile);
+      runInFile = inFile;
+      known = true;
+    }
+  }
+  if (known) f(to, runInFile);
+  return true;
+}
+
 }  // namespace
 
 void MappedFile::forEachPiece(const void* start, std::size_t n, const PieceFunction& f) const {
@@ -123,42 +157,38 @@ void MappedFile::forEachPiece(const void* start, std::size_t n, const PieceFunct
     f(p, n, -1, 0);
     return;
   }
-  const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
   const unsigned char* end = p + n;
-  const std::uintptr_t firstPage = reinterpret_cast<std::uintptr_t>(p) / page;
-  const std::uintptr_t endPage = (reinterpret_cast<std::uintptr_t>(end) + page - 1) / page;
-  std::vector<std::uint64_t> entries(4096);
   const unsigned char* pieceStart = p;
-  bool pieceInFile = false;
-  bool known = false;
-  for (std::uintptr_t at = firstPage; at < endPage;) {
-    std::size_t count = std::min<std::uintptr_t>(entries.size(), endPage - at);
-    ssize_t got = ::pread(pagemap, entries.data(), count * sizeof(std::uint64_t), static_cast<off_t>(at * sizeof(std::uint64_t)));
-    if (got <= 0) {
-      // The system would not say: the rest goes as bytes in memory.
-      if (known && pieceInFile) {
-        const auto* here = std::max(p, reinterpret_cast<const unsigned char*>(at * page));
-        f(pieceStart, static_cast<std::size_t>(here - pieceStart), fd_, static_cast<std::uint64_t>(pieceStart - data_));
-        pieceStart = here;
-      }
-      f(pieceStart, static_cast<std::size_t>(end - pieceStart), -1, 0);
-      ::close(pagemap);
-      return;
-    }
-    count = static_cast<std::size_t>(got) / sizeof(std::uint64_t);
-    for (std::size_t i = 0; i < count; ++i, ++at) {
-      bool inFile = holdsFileBytes(entries[i]);
-      if (known && inFile == pieceInFile) continue;
-      const auto* here = std::max(p, reinterpret_cast<const unsigned char*>(at * page));
-      if (known && here > pieceStart)
-        f(pieceStart, static_cast<std::size_t>(here - pieceStart), pieceInFile ? fd_ : -1,
-          static_cast<std::uint64_t>(pieceStart - data_));
-      pieceStart = here;
-      pieceInFile = inFile;
-      known = true;
-    }
-  }
+  auto piece = [&](const unsigned char* pieceEnd, bool inFile) {
+    if (pieceEnd > pieceStart)
+      f(pieceStart, static_cast<std::size_t>(pieceEnd - pieceStart), inFile ? fd_ : -1,
+        static_cast<std::uint64_t>(pieceStart - data_));
+    pieceStart = pieceEnd;
+  };
+  // Where the system would not say, the rest goes as bytes in memory.
+  if (!forEachPageRun(pagemap, p, end, piece)) piece(end, false);
   ::close(pagemap);
-  f(pieceStart, static_cast<std::size_t>(end - pieceStart), pieceInFile ? fd_ : -1,
-    static_cast<std::uint64_t>(pieceStart - data_));
+}
+
+void MappedFile::dropBehind(const void* upTo) const {
+  const auto* u = static_cast<const unsigned char*>(upTo);
+  if (fd_ < 0 || u < data_ || u > data_ + size_) return;
+  const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  const std::size_t done = static_cast<std::size_t>(u - data_) / page * page;
+  if (done <= dropped_ || done - dropped_ < kGiveBackStep) return;
+  // Only pages that still hold the file's bytes leave the mapping: one
+  // written to holds the only copy of its bytes.
+  int pagemap = ::open("/proc/self/pagemap", O_RDONLY | O_CLOEXEC);
+  if (pagemap >= 0) {
+    unsigned char* runStart = data_ + dropped_;
+    forEachPageRun(pagemap, runStart, data_ + done, [&](const unsigned char* runEnd, bool inFile) {
+      auto length = static_cast<std::size_t>(runEnd - runStart);
+      if (inFile) ::madvise(runStart, length, MADV_DONTNEED);
+      runStart += length;
+    });
+    ::close(pagemap);
+  }
+  // The system drops only cached pages that nobody maps.
+  ::posix_fadvise(fd_, static_cast<off_t>(dropped_), static_cast<off_t>(done - dropped_), POSIX_FADV_DONTNEED);
+  dropped_ = done;
 }

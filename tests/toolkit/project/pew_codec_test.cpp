@@ -48,13 +48,15 @@ TEST(PewCodec, UnchangedProjectWritesBackByteIdentical) {
 // A save has the system copy what still holds the old file's bytes and
 // writes what was changed in place since: records changed in the middle of
 // a long run of untouched ones come out changed, and so does one renamed.
+// The first save let go of the old file's first 8 MB (the grid and the
+// first 45,000 records) behind it: the second reads them from the file.
 TEST(PewCodec, SaveOfAnOpenedFileKeepsEveryChangeMadeInPlace) {
   TempDir dir;
   ProjectFixture f;
-  std::vector<float> heights(512 * 256);
+  std::vector<float> heights(1024 * 1024);
   for (std::size_t i = 0; i < heights.size(); ++i) heights[i] = static_cast<float>(i) * 0.25f;
-  f.grid(512, 256, 1.0f, heights).addTemplate(1, "a.p3d");
-  for (int i = 0; i < 20000; ++i) f.addObject(1).at(static_cast<float>(i), 2, 0);
+  f.grid(1024, 1024, 1.0f, heights).addTemplate(1, "a.p3d");
+  for (int i = 0; i < 120000; ++i) f.addObject(1).at(static_cast<float>(i), 2, 0);
   f.writeTo(dir.file("map.pew"));
   Vorlan project;
   ASSERT_EQ(project.pew_Open(dir.file("map.pew").c_str(), 0, MessageCapture::sink, nullptr, 0), status::kOk);
@@ -64,11 +66,11 @@ TEST(PewCodec, SaveOfAnOpenedFileKeepsEveryChangeMadeInPlace) {
   int i = 0;
   for (PewObject* o = objects->pewobject_GetFirstValid(); o; o = objects->pewobject_GetNextValid(o), ++i) {
     if (i == 10000) o->setRelativeHeight(7.5f);
-    if (i == 19999) o->setUnnamedA(3);
+    if (i == 119999) o->setUnnamedA(3);
     if (i == 5000) objects->setInstanceName(o, "moved");  // a longer record, kept elsewhere
   }
   f.objects[10000].relative(7.5f);
-  f.objects[19999].unnamedA = 3;
+  f.objects[119999].unnamedA = 3;
   f.objects[5000].named("moved");
   ASSERT_EQ(project.pew_Create(dir.file("changed.pew").c_str(), 0), status::kOk);
   EXPECT_EQ(readFileBytes(dir.file("changed.pew")), f.bytes());
