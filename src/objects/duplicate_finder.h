@@ -11,7 +11,13 @@
 
 #include "project/pew_object.h"
 
-inline constexpr std::uint32_t kNoTwin = 0xFFFFFFFF;
+// objects[first] and its first later twin, objects[twin].
+struct TwinPair {
+  std::uint32_t first;
+  std::uint32_t twin;
+  bool operator==(const TwinPair&) const = default;
+};
 
-// For each objects[i], the index of its first later twin, or kNoTwin.
-std::vector<std::uint32_t> findLaterTwins(std::span<const PewObject* const> objects);
+// Every object that has a later twin, with that twin, in the order of the
+// objects: memory for the twins found, not for every object.
+std::vector<TwinPair> findLaterTwins(std::span<const PewObject* const> objects);

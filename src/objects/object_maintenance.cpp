@@ -51,22 +51,21 @@ int listDuplicates(Vorlan& project) {
   std::size_t count = 0;
   for (PewObject* o = objects.pewobject_GetFirstValid(); o; o = objects.pewobject_GetNextValid(o)) room[count++] = o;
   const std::span<const PewObject* const> valid(&room[0], count);
-  const std::vector<std::uint32_t> twin = findLaterTwins(valid);
+  const std::vector<TwinPair> twins = findLaterTwins(valid);
 
   ShownModels models(project);
   int found = 0;
   std::fflush(stdout);
   {
     TextWriter out(stdout);
-    for (std::size_t i = 0; i < valid.size(); ++i) {
-      if (twin[i] == kNoTwin) continue;
-      const PewObject& a = *valid[i];
+    for (const TwinPair& pair : twins) {
+      const PewObject& a = *valid[pair.first];
       ++found;
       out.put(models.of(a.templateId()));
       out.put(": ID ");
       out.putInt(a.objectId());
       out.put(" and ");
-      out.putInt(valid[twin[i]]->objectId());
+      out.putInt(valid[pair.twin]->objectId());
       out.put(" @ location ");
       out.putFixed(a.transform().X(), 2);
       out.put('x');
