@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "system/page_dropper.h"
+
 namespace {
 
 void putText(ByteSink& out, const GenString& text) {
@@ -65,12 +67,12 @@ constexpr std::size_t kCopyAtLeast = std::size_t{256} << 10;
 // Bytes that may lie in the old file's mapping: the pieces that still hold
 // the file's bytes are copied by the system from file to file, which is
 // several times faster than writing them from memory; the rest is written.
-// Behind the writing, the old file's pages are let go (see dropBehind), a
+// Behind the writing, the old file's pages are let go (see PageDropper), a
 // step at a time, which is also why a long piece is copied in steps.
-void putKept(ByteSink& out, const MappedFile& file, const unsigned char* bytes, std::size_t n) {
+void putKept(ByteSink& out, const MappedFile& file, PageDropper& dropper, const unsigned char* bytes, std::size_t n) {
   if (n < kCopyAtLeast) {
     out.write(bytes, n);
-    file.dropBehind(bytes + n);
+    dropper.behind(bytes + n);
     return;
   }
   file.forEachPiece(bytes, n, [&](const unsigned char* piece, std::size_t length, int fd, std::uint64_t offset) {
@@ -79,21 +81,21 @@ void putKept(ByteSink& out, const MappedFile& file, const unsigned char* bytes, 
       std::size_t step = std::min(length - done, MappedFile::kGiveBackStep);
       std::size_t copied = out.copyFrom(fd, offset + done, step);
       done += copied;
-      file.dropBehind(piece + done);
+      dropper.behind(piece + done);
       if (copied < step) break;
     }
     out.write(piece + done, length - done);
-    file.dropBehind(piece + length);
+    dropper.behind(piece + length);
   });
 }
 
 // The slots, each written from its record's bytes. Records that lie one
 // after another in memory, as the records read from a file do, go out as one
 // run: a save of a project whose objects barely changed copies the old file.
-void putObjects(ByteSink& out, const PewObjects& objects, const MappedFile& file) {
+void putObjects(ByteSink& out, const PewObjects& objects, const MappedFile& file, PageDropper& dropper) {
   std::size_t asRead = 0;
   if (const unsigned char* records = objects.recordsAsRead(asRead)) {
-    putKept(out, file, records, asRead);  // untouched since read: no walk over the records
+    putKept(out, file, dropper, records, asRead);  // untouched since read: no walk over the records
     return;
   }
   const unsigned char* runStart = nullptr;
@@ -105,7 +107,7 @@ void putObjects(ByteSink& out, const PewObjects& objects, const MappedFile& file
       runEnd += saved;
       return;
     }
-    putKept(out, file, runStart, static_cast<std::size_t>(runEnd - runStart));
+    putKept(out, file, dropper, runStart, static_cast<std::size_t>(runEnd - runStart));
     if (saved == o.storedSize()) {
       runStart = r;
       runEnd = r + saved;
@@ -115,7 +117,7 @@ void putObjects(ByteSink& out, const PewObjects& objects, const MappedFile& file
       runStart = runEnd = nullptr;
     }
   });
-  putKept(out, file, runStart, static_cast<std::size_t>(runEnd - runStart));
+  putKept(out, file, dropper, runStart, static_cast<std::size_t>(runEnd - runStart));
 }
 
 }  // namespace
@@ -139,10 +141,11 @@ void encodeProject(const ProjectContent& c, ByteSink& out) {
   out.put(c.noRoadNetworks);
   out.put(c.columns);
   out.put(c.rows);
-  putKept(out, c.file, static_cast<const unsigned char*>(c.heightBytes()), std::size_t{c.columns} * c.rows * sizeof(float));
-  putKept(out, c.file, c.extra, c.extraBytes);
+  PageDropper dropper(c.file);
+  putKept(out, c.file, dropper, static_cast<const unsigned char*>(c.heightBytes()), std::size_t{c.columns} * c.rows * sizeof(float));
+  putKept(out, c.file, dropper, c.extra, c.extraBytes);
   out.put(c.afterExtra);
   out.put(c.objects.slotCount());
-  putObjects(out, c.objects, c.file);
-  putKept(out, c.file, c.tail, c.tailSize);
+  putObjects(out, c.objects, c.file, dropper);
+  putKept(out, c.file, dropper, c.tail, c.tailSize);
 }

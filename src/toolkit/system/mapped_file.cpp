@@ -16,7 +16,7 @@ void MappedFile::release() {
   if (mappedRoom_ != 0) ::munmap(data_, mappedRoom_);
   if (fd_ >= 0) ::close(fd_);
   fd_ = -1;
-  mappedRoom_ = given_ = dropped_ = 0;
+  mappedRoom_ = given_ = 0;
   copy_.clear();
   data_ = nullptr;
   size_ = 0;
@@ -170,18 +170,17 @@ void MappedFile::forEachPiece(const void* start, std::size_t n, const PieceFunct
   ::close(pagemap);
 }
 
-void MappedFile::dropBehind(const void* upTo) const {
-  const auto* u = static_cast<const unsigned char*>(upTo);
-  if (fd_ < 0 || u < data_ || u > data_ + size_) return;
+void MappedFile::dropPages(std::size_t from, std::size_t to) const {
   const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-  const std::size_t done = static_cast<std::size_t>(u - data_) / page * page;
-  if (done <= dropped_ || done - dropped_ < kGiveBackStep) return;
+  to = std::min(to, size_) / page * page;
+  from = (from + page - 1) / page * page;
+  if (fd_ < 0 || from >= to) return;
   // Only pages that still hold the file's bytes leave the mapping: one
   // written to holds the only copy of its bytes.
   int pagemap = ::open("/proc/self/pagemap", O_RDONLY | O_CLOEXEC);
   if (pagemap >= 0) {
-    unsigned char* runStart = data_ + dropped_;
-    forEachPageRun(pagemap, runStart, data_ + done, [&](const unsigned char* runEnd, bool inFile) {
+    unsigned char* runStart = data_ + from;
+    forEachPageRun(pagemap, runStart, data_ + to, [&](const unsigned char* runEnd, bool inFile) {
       auto length = static_cast<std::size_t>(runEnd - runStart);
       if (inFile) ::madvise(runStart, length, MADV_DONTNEED);
       runStart += length;
@@ -189,6 +188,5 @@ void MappedFile::dropBehind(const void* upTo) const {
     ::close(pagemap);
   }
   // The system drops only cached pages that nobody maps.
-  ::posix_fadvise(fd_, static_cast<off_t>(dropped_), static_cast<off_t>(done - dropped_), POSIX_FADV_DONTNEED);
-  dropped_ = done;
+  ::posix_fadvise(fd_, static_cast<off_t>(from), static_cast<off_t>(to - from), POSIX_FADV_DONTNEED);
 }

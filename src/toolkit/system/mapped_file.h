@@ -56,14 +56,12 @@ class MappedFile {
   // system, page by page.
   using PieceFunction = std::function<void(const unsigned char*, std::size_t, int, std::uint64_t)>;
   void forEachPiece(const void* start, std::size_t n, const PieceFunction& f) const;
-  // A writer of a new file has taken the bytes before `upTo`, in steps of at
-  // least kGiveBackStep: the pages among them that still hold the file's
-  // bytes leave the mapping, and the system is asked to drop the file's
-  // cached pages there. A save that replaces the file frees its pages while
-  // it writes, so the system takes the new file's pages from those just
-  // freed, instead of freeing them all when the old file is closed.
-  // Dropped bytes read again come from the file.
-  void dropBehind(const void* upTo) const;
+  // The whole pages within the bytes [from, to) of the file opened by
+  // open() that still hold the file's bytes leave the mapping, and the
+  // system is asked to drop the file's cached pages there (it keeps those
+  // not yet on disk). Bytes dropped and read again come from the file.
+  // Safe to call from another thread while the holder writes nothing.
+  void dropPages(std::size_t from, std::size_t to) const;
 
  private:
 
@@ -72,6 +70,5 @@ class MappedFile {
   int fd_ = -1;  // the file opened by open(), kept open while it is mapped
   std::size_t mappedRoom_ = 0;  // bytes of the mapping; 0 when nothing is mapped
   std::size_t given_ = 0;       // bytes from the start given back
-  mutable std::size_t dropped_ = 0;  // bytes from the start dropped behind a writer
   std::vector<unsigned char> copy_;
 };
