@@ -9,19 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "mapped_pages.h"
 #include "temp_dir.h"
-
-namespace {
-
-const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-
-// Maps a file of `pages` pages of `fill`.
-bool mapPages(MappedFile& file, const TempDir& dir, std::size_t pages, char fill) {
-  writeFileText(dir.file("pages"), std::string(pages * page, fill));
-  return file.open(dir.file("pages").c_str()) == 0 && file.size() == pages * page;
-}
-
-}  // namespace
 
 // Pages given back are read from the file again, so a change written into
 // the mapping survives exactly where no whole page around it was given back.

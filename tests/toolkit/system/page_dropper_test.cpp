@@ -8,18 +8,8 @@
 
 #include <string>
 
+#include "mapped_pages.h"
 #include "temp_dir.h"
-
-namespace {
-
-const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-
-bool mapPages(MappedFile& file, const TempDir& dir, std::size_t pages, char fill) {
-  writeFileText(dir.file("pages"), std::string(pages * page, fill));
-  return file.open(dir.file("pages").c_str()) == 0 && file.size() == pages * page;
-}
-
-}  // namespace
 
 // Behind a writer of a new file, a step at a time, the pages that still hold
 // the file's bytes leave the mapping and the system's cache; a page written
