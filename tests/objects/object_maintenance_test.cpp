@@ -7,6 +7,7 @@
 
 #include "object_test_support.h"
 #include "objects/duplicate_finder.h"
+#include "stream_capture.h"
 
 namespace {
 
@@ -50,4 +51,21 @@ TEST(ListDuplicates, AMillionTwinsEachFindTheNext) {
   std::vector<TwinPair> twins = findLaterTwins(objects);
   ASSERT_EQ(twins.size(), objects.size() - 1);
   for (std::uint32_t i = 0; i < twins.size(); ++i) ASSERT_EQ(twins[i], (TwinPair{i, i + 1}));
+}
+
+// Every valid object moves by the offsets (east, north, height) and keeps
+// its turn and scale; a deleted slot stays as it was.
+TEST(AddOffsets, MoveEveryValidObjectAndKeepItsTurn) {
+  ProjectFixture f = oneTemplate("a.p3d");
+  f.addObject(1).at(1.5f, 2.5f, 3.0f).heading(90, 2);
+  f.addDeleted(1);
+  f.addObject(1).at(-4.0f, 0.25f, 1.0f);
+  OpenedProject p(f);
+  StreamCapture out(stdout);
+  StreamCapture err(stderr);
+  EXPECT_EQ(addOffsets(p.get(), 10.0f, 20.0f, 0.5f), 0);
+  EXPECT_NE(out.finish().find("Offsets added to all Objects\n"), std::string::npos);
+  f.objects[0].at(11.5f, 22.5f, 3.5f);
+  f.objects[2].at(6.0f, 20.25f, 1.5f);
+  EXPECT_EQ(readFileBytes(p.path()), f.bytes());
 }

@@ -1,5 +1,7 @@
 #include "system/page_dropper.h"
 
+#include <system_error>
+
 PageDropper::~PageDropper() {
   if (!thread_.joinable()) return;
   {
@@ -18,8 +20,17 @@ void PageDropper::behind(const void* upTo) {
     std::lock_guard<std::mutex> lock(mutex_);
     handed_ = offset;
   }
-  if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
-  else wake_.notify_one();
+  if (thread_.joinable()) {
+    wake_.notify_one();
+    return;
+  }
+  try {
+    thread_ = std::thread([this] { run(); });
+  } catch (const std::system_error&) {
+    // No thread to be had: the writer drops the pages itself.
+    file_.dropPages(dropped_, handed_);
+    dropped_ = handed_;
+  }
 }
 
 void PageDropper::run() {

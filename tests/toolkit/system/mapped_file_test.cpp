@@ -35,6 +35,10 @@ TEST(MappedFile, GivesBackOnlyTheWholePagesAsked) {
   for (std::size_t at : marks) kept += static_cast<char>(bytes[at]);
   EXPECT_EQ(kept, "fffwww");
 
+  file.release();
+  unsigned char state = 0;
+  EXPECT_NE(mincore(bytes, page, &state), 0) << "released: nothing is mapped there any more";
+  EXPECT_EQ(file.size(), 0u);
   file.copy(reinterpret_cast<const unsigned char*>("copied"), 6);
   file.data()[0] = 'C';
   file.giveBack(6);
