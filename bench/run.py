@@ -77,10 +77,12 @@ def mb(n):
 
 
 class Floors:
-    """The machine's own times for the same work, measured once each."""
+    """The machine's own times for the same work, each the best of as many
+    runs as every action gets, so that a floor has the same chance of a
+    lucky run as the action it is compared with."""
 
-    def __init__(self, work, project):
-        self.work, self.project = work, project
+    def __init__(self, work, project, repeat):
+        self.work, self.project, self.repeat = work, project, repeat
         self.cache = {}
         self.gdal = shutil.which("gdal_translate") is not None
 
@@ -89,11 +91,11 @@ class Floors:
             return self.cache[kind]
         seconds = None
         if kind == "cat":
-            seconds = best(["cat", self.project])
+            seconds = best(["cat", self.project], self.repeat)
         elif kind == "cp":
             copy = os.path.join(self.work, "floor-copy.pew")
             script = 'cp "$1" "$2" && sync "$2"'
-            seconds = best(["sh", "-c", script, "sh", self.project, copy], 2)
+            seconds = best(["sh", "-c", script, "sh", self.project, copy], self.repeat)
             os.remove(copy)
         elif self.gdal and kind in ("gdal-write", "gdal-read"):
             asc = os.path.join(self.work, "heights.asc")
@@ -104,9 +106,10 @@ class Floors:
                 if kind == "gdal-write":
                     out = os.path.join(self.work, "gdal-heights.asc")
                     # The same "%.2f"-like text our export writes.
-                    seconds = best(["gdal_translate", "-q", "-of", "AAIGrid", "-co", "DECIMAL_PRECISION=2", tif, out], 2)
+                    seconds = best(["gdal_translate", "-q", "-of", "AAIGrid", "-co", "DECIMAL_PRECISION=2", tif, out],
+                                   self.repeat)
                 else:
-                    seconds = best(["gdal_translate", "-q", "-of", "MEM", asc, "/dev/null"], 2)
+                    seconds = best(["gdal_translate", "-q", "-of", "MEM", asc, "/dev/null"], self.repeat)
         self.cache[kind] = seconds
         return seconds
 
@@ -210,7 +213,7 @@ def main():
     make(maker, project, args.objects, args)
     size = os.path.getsize(project)
     grid_bytes = 4 * args.grid * args.grid
-    floors = Floors(args.work, project)
+    floors = Floors(args.work, project, args.repeat)
     cat = floors.get("cat")
     load = os.getloadavg()
     print(f"project: {args.objects} objects, {args.templates} templates, {args.grid}x{args.grid} grid, "
