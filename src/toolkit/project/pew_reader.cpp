@@ -5,6 +5,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 #include "project/pew_codec.h"
 #include "project/slot_scan.h"
@@ -38,10 +39,7 @@ std::string decimal(unsigned __int128 value) {
 
 class Decoder {
  public:
-  // The second thread starts at once: it indexes slots in the second half
-  // of the file while this one reads the templates and the first half.
-  Decoder(ProjectContent& out, DecodeFailure& failure)
-      : out_(out), failure_(failure), scan_(out.file.data(), out.file.data() + out.file.size()) {
+  Decoder(ProjectContent& out, DecodeFailure& failure) : out_(out), failure_(failure) {
     in_.openMemory(out.file.data(), out.file.size());
   }
 
@@ -90,7 +88,7 @@ class Decoder {
   ByteSource in_;
   ProjectContent& out_;
   DecodeFailure& failure_;
-  SlotScan scan_;
+  std::optional<SlotScan> scan_;
   std::string block_ = "header";
 };
 
@@ -247,16 +245,18 @@ bool Decoder::objects() {
   using namespace pew_record;
   // One pass over the records in place: each is checked, and the list gets
   // a handle to it; nothing is copied. In a big project a second thread
-  // takes the second half (see SlotScan).
+  // takes the second half of what follows (see SlotScan): of the slots, not
+  // of the file, whose first part the grid may fill.
   unsigned char* base = out_.file.data();
   std::size_t at = static_cast<std::size_t>(in_.offset());
   const std::size_t end = static_cast<std::size_t>(in_.size());
-  std::size_t split = scan_.start() ? static_cast<std::size_t>(scan_.start() - base) : end + 1;
+  scan_.emplace(base + at, base + end);
+  std::size_t split = scan_->start() ? static_cast<std::size_t>(scan_->start() - base) : end + 1;
   constexpr std::size_t kAhead = 2048;
   for (std::uint32_t i = 0; i < count;) {
     if (at >= split) {
       split = end + 1;
-      i += takeScanned(scan_, count - i, at);
+      i += takeScanned(*scan_, count - i, at);
       if (i == count) break;
     }
     std::size_t left = end - at;

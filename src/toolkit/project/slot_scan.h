@@ -1,12 +1,13 @@
-// SlotScan: the object slots in the second half of a big project file,
-// indexed by a second thread while the reader reads the templates and
-// indexes the first half.
+// SlotScan: the second half of a big project's object slots, indexed by a
+// second thread while the reader indexes the first half.
 //
 // Where a slot starts follows only from the slot before it, so the thread
-// guesses a boundary near the middle of the file from what slots look like,
-// and walks on from there. The reader uses that work only from a slot where
-// its own walk lands on one the thread found: from the same byte both walks
-// see the same slots, so a wrong guess costs time, never a wrong index.
+// guesses a boundary from what slots look like, near the middle of the bytes
+// from the first slot to the end of the file (the editor's data behind the
+// slots is short), and walks on from there. The reader uses that work only
+// from a slot where its own walk lands on one the thread found: from the same
+// byte both walks see the same slots, so a wrong guess costs time, never a
+// wrong index.
 #pragma once
 
 #include <atomic>
@@ -50,7 +51,8 @@ inline std::uint32_t slotTemplateId(const unsigned char* p, std::size_t size) {
   return id;
 }
 
-// Files smaller than this are read by the reader alone. Tests lower it.
+// Fewer bytes from the first slot on than this are read by the reader
+// alone. Tests lower it.
 inline std::size_t minFileBytes = std::size_t{16} << 20;
 // The thread takes at most one slot for this many bytes it may walk: its
 // entries below cost at most 40% of those bytes in memory.
@@ -68,8 +70,9 @@ class SlotScan {
   };
   static constexpr std::uint64_t kDeleted = std::uint64_t{1} << 63;
 
-  // Starts the thread on the file's bytes [begin, end), when they are many
-  // and a boundary turns up near the middle.
+  // Starts the thread on the bytes [begin, end) (the first slot to the end
+  // of the file), when they are many and a boundary turns up near the
+  // middle.
   SlotScan(const unsigned char* begin, const unsigned char* end);
   ~SlotScan() { stop(); }
   SlotScan(const SlotScan&) = delete;
