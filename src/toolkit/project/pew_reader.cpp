@@ -5,7 +5,6 @@
 #include <cinttypes>
 #include <cstdio>
 #include <memory>
-#include <optional>
 
 #include "project/pew_codec.h"
 #include "project/slot_scan.h"
@@ -88,7 +87,6 @@ class Decoder {
   ByteSource in_;
   ProjectContent& out_;
   DecodeFailure& failure_;
-  std::optional<SlotScan> scan_;
   std::string block_ = "header";
 };
 
@@ -250,13 +248,13 @@ bool Decoder::objects() {
   unsigned char* base = out_.file.data();
   std::size_t at = static_cast<std::size_t>(in_.offset());
   const std::size_t end = static_cast<std::size_t>(in_.size());
-  scan_.emplace(base + at, base + end);
-  std::size_t split = scan_->start() ? static_cast<std::size_t>(scan_->start() - base) : end + 1;
+  SlotScan scan(base + at, base + end);
+  std::size_t split = scan.start() ? static_cast<std::size_t>(scan.start() - base) : end + 1;
   constexpr std::size_t kAhead = 2048;
   for (std::uint32_t i = 0; i < count;) {
     if (at >= split) {
       split = end + 1;
-      i += takeScanned(*scan_, count - i, at);
+      i += takeScanned(scan, count - i, at);
       if (i == count) break;
     }
     std::size_t left = end - at;

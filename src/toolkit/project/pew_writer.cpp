@@ -64,61 +64,72 @@ void putTemplate(ByteSink& out, const PewObjectTemplate& t) {
 // pages changed and having the system copy costs more than it saves.
 constexpr std::size_t kCopyAtLeast = std::size_t{256} << 10;
 
-// Bytes that may lie in the old file's mapping: the pieces that still hold
-// the file's bytes are copied by the system from file to file, which is
+// Writes bytes that may lie in the old file's mapping: the pieces that still
+// hold the file's bytes are copied by the system from file to file, which is
 // several times faster than writing them from memory; the rest is written.
 // Behind the writing, the old file's pages are let go (see PageDropper), a
 // step at a time, which is also why a long piece is copied in steps.
-void putKept(ByteSink& out, const MappedFile& file, PageDropper& dropper, const unsigned char* bytes, std::size_t n) {
-  if (n < kCopyAtLeast) {
-    out.write(bytes, n);
-    dropper.behind(bytes + n);
-    return;
-  }
-  file.forEachPiece(bytes, n, [&](const unsigned char* piece, std::size_t length, int fd, std::uint64_t offset) {
-    std::size_t done = 0;
-    while (fd >= 0 && length - done >= kCopyAtLeast) {
-      std::size_t step = std::min(length - done, MappedFile::kGiveBackStep);
-      std::size_t copied = out.copyFrom(fd, offset + done, step);
-      done += copied;
-      dropper.behind(piece + done);
-      if (copied < step) break;
-    }
-    out.write(piece + done, length - done);
-    dropper.behind(piece + length);
-  });
-}
+class KeptWriter {
+ public:
+  KeptWriter(ByteSink& out, const MappedFile& file) : out_(out), file_(file), dropper_(file) {}
 
-// The slots, each written from its record's bytes. Records that lie one
-// after another in memory, as the records read from a file do, go out as one
-// run: a save of a project whose objects barely changed copies the old file.
-void putObjects(ByteSink& out, const PewObjects& objects, const MappedFile& file, PageDropper& dropper) {
-  std::size_t asRead = 0;
-  if (const unsigned char* records = objects.recordsAsRead(asRead)) {
-    putKept(out, file, dropper, records, asRead);  // untouched since read: no walk over the records
-    return;
-  }
-  const unsigned char* runStart = nullptr;
-  const unsigned char* runEnd = nullptr;
-  objects.forEachSlot([&](const PewObject& o) {
-    const unsigned char* r = o.record();
-    std::size_t saved = o.savedSize();
-    if (r == runEnd && saved == o.storedSize()) {
-      runEnd += saved;
+  void put(const unsigned char* bytes, std::size_t n) {
+    if (n < kCopyAtLeast) {
+      out_.write(bytes, n);
+      dropper_.behind(bytes + n);
       return;
     }
-    putKept(out, file, dropper, runStart, static_cast<std::size_t>(runEnd - runStart));
-    if (saved == o.storedSize()) {
-      runStart = r;
-      runEnd = r + saved;
-    } else {
-      // An object marked invalid since it was read: only its slot is kept.
-      out.put(std::uint16_t{0});
-      runStart = runEnd = nullptr;
+    file_.forEachPiece(bytes, n, [&](const unsigned char* piece, std::size_t length, int fd, std::uint64_t offset) {
+      std::size_t done = 0;
+      while (fd >= 0 && length - done >= kCopyAtLeast) {
+        std::size_t step = std::min(length - done, MappedFile::kGiveBackStep);
+        std::size_t copied = out_.copyFrom(fd, offset + done, step);
+        done += copied;
+        dropper_.behind(piece + done);
+        if (copied < step) break;
+      }
+      out_.write(piece + done, length - done);
+      dropper_.behind(piece + length);
+    });
+  }
+
+  // The slots, each written from its record's bytes. Records that lie one
+  // after another in memory, as the records read from a file do, go out as
+  // one run: a save of a project whose objects barely changed copies the old
+  // file.
+  void putObjects(const PewObjects& objects) {
+    std::size_t asRead = 0;
+    if (const unsigned char* records = objects.recordsAsRead(asRead)) {
+      put(records, asRead);  // untouched since read: no walk over the records
+      return;
     }
-  });
-  putKept(out, file, dropper, runStart, static_cast<std::size_t>(runEnd - runStart));
-}
+    const unsigned char* runStart = nullptr;
+    const unsigned char* runEnd = nullptr;
+    objects.forEachSlot([&](const PewObject& o) {
+      const unsigned char* r = o.record();
+      std::size_t saved = o.savedSize();
+      if (r == runEnd && saved == o.storedSize()) {
+        runEnd += saved;
+        return;
+      }
+      put(runStart, static_cast<std::size_t>(runEnd - runStart));
+      if (saved == o.storedSize()) {
+        runStart = r;
+        runEnd = r + saved;
+      } else {
+        // An object marked invalid since it was read: only its slot is kept.
+        out_.put(std::uint16_t{0});
+        runStart = runEnd = nullptr;
+      }
+    });
+    put(runStart, static_cast<std::size_t>(runEnd - runStart));
+  }
+
+ private:
+  ByteSink& out_;
+  const MappedFile& file_;
+  PageDropper dropper_;
+};
 
 }  // namespace
 
@@ -141,11 +152,11 @@ void encodeProject(const ProjectContent& c, ByteSink& out) {
   out.put(c.noRoadNetworks);
   out.put(c.columns);
   out.put(c.rows);
-  PageDropper dropper(c.file);
-  putKept(out, c.file, dropper, static_cast<const unsigned char*>(c.heightBytes()), std::size_t{c.columns} * c.rows * sizeof(float));
-  putKept(out, c.file, dropper, c.extra, c.extraBytes);
+  KeptWriter kept(out, c.file);
+  kept.put(static_cast<const unsigned char*>(c.heightBytes()), std::size_t{c.columns} * c.rows * sizeof(float));
+  kept.put(c.extra, c.extraBytes);
   out.put(c.afterExtra);
   out.put(c.objects.slotCount());
-  putObjects(out, c.objects, c.file, dropper);
-  putKept(out, c.file, dropper, c.tail, c.tailSize);
+  kept.putObjects(c.objects);
+  kept.put(c.tail, c.tailSize);
 }

@@ -45,7 +45,7 @@ bool looksLikeBoundary(const unsigned char* p, const unsigned char* end) {
 
 SlotScan::SlotScan(const unsigned char* begin, const unsigned char* end)
     : end_(end),
-      limit_(static_cast<std::size_t>(end - begin) >= slot_scan::minFileBytes
+      limit_(static_cast<std::size_t>(end - begin) >= slot_scan::minSlotBytes
                  ? static_cast<std::size_t>(end - begin) / 2 / slot_scan::kBytesPerEntry + 1
                  : 0),
       slots_(limit_) {

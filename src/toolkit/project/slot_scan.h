@@ -53,7 +53,7 @@ inline std::uint32_t slotTemplateId(const unsigned char* p, std::size_t size) {
 
 // Fewer bytes from the first slot on than this are read by the reader
 // alone. Tests lower it.
-inline std::size_t minFileBytes = std::size_t{16} << 20;
+inline std::size_t minSlotBytes = std::size_t{16} << 20;
 // The thread takes at most one slot for this many bytes it may walk: its
 // entries below cost at most 40% of those bytes in memory.
 constexpr std::size_t kBytesPerEntry = 40;

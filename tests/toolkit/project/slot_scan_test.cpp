@@ -16,12 +16,12 @@ namespace {
 
 // What a reading gives: its status and message, or the project written back
 // and what the store counted.
-std::string readingOf(const std::vector<unsigned char>& bytes, std::size_t minFileBytes, const TempDir& dir) {
-  slot_scan::minFileBytes = minFileBytes;
+std::string readingOf(const std::vector<unsigned char>& bytes, std::size_t minSlotBytes, const TempDir& dir) {
+  slot_scan::minSlotBytes = minSlotBytes;
   MessageCapture::reset();
   Vorlan project;
   int status = project.pew_Open("map.pew", 0, MessageCapture::sink, bytes.data(), bytes.size());
-  slot_scan::minFileBytes = std::size_t{16} << 20;
+  slot_scan::minSlotBytes = std::size_t{16} << 20;
   if (status != 0) return std::to_string(status) + " " + MessageCapture::text;
   std::uint32_t missing = 0;
   std::uint32_t valid = project.pew_count_valid_objects(&missing);
@@ -66,9 +66,9 @@ TEST(SlotScan, TwoThreadsIndexAsOne) {
     if (round % 3 == 1) bytes[bytes.size() / 2 + random() % (bytes.size() / 3)] = 'x';
     if (round % 3 == 2) bytes.resize(bytes.size() / 2 + random() % (bytes.size() / 2));
     SlotScan probe(bytes.data(), bytes.data() + bytes.size());
-    slot_scan::minFileBytes = 0;
+    slot_scan::minSlotBytes = 0;
     SlotScan scan(bytes.data(), bytes.data() + bytes.size());
-    slot_scan::minFileBytes = std::size_t{16} << 20;
+    slot_scan::minSlotBytes = std::size_t{16} << 20;
     EXPECT_EQ(probe.start(), nullptr) << "a small file is read by one thread";
     scanned += scan.start() != nullptr;
     // Only the slots found are found; no byte inside one is.
@@ -91,10 +91,10 @@ TEST(SlotScan, NoStartInZerosOrWithoutSlots) {
   for (int i = 0; i < 20; ++i) f.addObject(1);
   std::vector<unsigned char> bytes = f.bytes();
   std::vector<unsigned char> text(bytes.size(), 'x');
-  slot_scan::minFileBytes = 0;
+  slot_scan::minSlotBytes = 0;
   SlotScan flat(bytes.data(), bytes.data() + bytes.size());
   SlotScan none(text.data(), text.data() + text.size());
-  slot_scan::minFileBytes = std::size_t{16} << 20;
+  slot_scan::minSlotBytes = std::size_t{16} << 20;
   EXPECT_EQ(flat.start(), nullptr);
   EXPECT_EQ(none.start(), nullptr);
 }
