@@ -15,6 +15,7 @@
 // deletion O(1) and a full reduction linear.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -143,11 +144,23 @@ class PewObjects {
   void clear();
   template <typename F>
   void forEachSlot(F&& f) const {
-    for (std::size_t b = 0; b < blocks_.size(); ++b) {
-      const PewObject* block = blocks_[b];
-      std::size_t n = b + 1 < blocks_.size() ? kBlockSize : size_ - b * kBlockSize;
-      for (std::size_t i = 0; i < n; ++i)
-        if (!block[i].erased()) f(block[i]);
+    forEachSlotIn(0, size_, [&](std::size_t, const PewObject& o) { f(o); });
+  }
+  // Handles have positions [0, positionCount()), in the list's order; an
+  // erased one keeps its position until the list is rebuilt. Positions let
+  // two threads share a walk, and a table name an object in 4 bytes.
+  std::size_t positionCount() const { return size_; }
+  const PewObject& atPosition(std::size_t i) const { return blocks_[i >> kBlockShift][i & (kBlockSize - 1)]; }
+  // f(position, object) for every handle not erased in [from, to).
+  template <typename F>
+  void forEachSlotIn(std::size_t from, std::size_t to, F&& f) const {
+    while (from < to) {
+      const PewObject* block = blocks_[from >> kBlockShift];
+      const std::size_t blockEnd = std::min(to, ((from >> kBlockShift) + 1) << kBlockShift);
+      for (; from < blockEnd; ++from) {
+        const PewObject& o = block[from & (kBlockSize - 1)];
+        if (!o.erased()) f(from, o);
+      }
     }
   }
   // Bumped by every change of membership or validity; lets the store know
