@@ -62,6 +62,15 @@ std::vector<unsigned char> surfaceWorld(std::uint16_t lastIndex, std::int32_t se
   return w.object(kIdentity, 5, "x.p3d").terminator().bytes;
 }
 
+// A 1 x 1 world whose objects have these IDs, the last one repeating an
+// earlier one.
+std::vector<unsigned char> worldOfIds(const std::vector<std::int32_t>& ids) {
+  WorldBytes w;
+  w.header(1, 1, 8).f32(0).u16(0).i32(1).i32(0);
+  for (std::int32_t id : ids) w.object(kIdentity, id, "x.p3d");
+  return w.terminator().bytes;
+}
+
 }  // namespace
 
 TEST(BadInput, ProjectReader) {
@@ -190,6 +199,23 @@ TEST(BadInput, WorldChecker) {
     EXPECT_HAS(r.message, row.message);
     EXPECT_EQ(std::make_pair(r.calls, r.kept), std::make_pair(1, false));  // one message, nothing kept
   }
+  // A repeated ID among thousands, numbered densely from 1 (a bitmap finds
+  // it) or spread over the whole range (a table does), and one whose first
+  // use lies beyond a dense range's end.
+  std::vector<std::int32_t> dense, spread;
+  for (std::int32_t i = 1; i <= 3000; ++i) dense.push_back(i);
+  for (std::int64_t i = 0; i < 3000; ++i) spread.push_back(static_cast<std::int32_t>(INT_MIN + i * 1431655));
+  std::vector<std::int32_t> outlier = dense;
+  outlier.insert(outlier.begin() + 10, INT_MAX);
+  dense.push_back(1500);
+  spread.push_back(spread[1500]);
+  outlier.push_back(INT_MAX);
+  const std::string record = damaged + std::to_string(24 + 4 + 2 + 4 + 4 + 3000 * (56 + 5) + 48) + ": object ID ";
+  EXPECT_HAS(checkWorld(worldOfIds(dense)).message, record + "1500 (record 3001) is used by an earlier object");
+  EXPECT_HAS(checkWorld(worldOfIds(spread)).message, record + std::to_string(spread[1500]) + " (record 3001)");
+  EXPECT_HAS(checkWorld(worldOfIds(outlier)).message, "object ID 2147483647 (record 3002) is used by an earlier object");
+  dense.pop_back();
+  EXPECT_EQ(checkWorld(worldOfIds(dense)).status, status::kOk);
   for (std::size_t n = 0; n < good.size(); ++n) {
     Outcome r = checkWorld(cut(good, n));
     ASSERT_EQ(r.status, n < 24 ? status::kNotWorld : status::kDamagedWorld) << "cut at " << n;

@@ -18,7 +18,8 @@ constexpr int kEditableVersion = 8;
 constexpr char kSignature[4] = {'8', 'W', 'V', 'R'};
 constexpr std::size_t kHeaderBytes = 4 + 4 * 4 + 4;
 constexpr std::size_t kTransformFloats = 12;
-constexpr std::size_t kRecordFixedBytes = kTransformFloats * 4 + 4 + 4;  // before the name
+constexpr std::size_t kRecordIdAt = kTransformFloats * 4, kRecordNameLengthAt = kRecordIdAt + 4;
+constexpr std::size_t kRecordFixedBytes = kRecordNameLengthAt + 4;  // before the name
 // The closing record's transform and ID carry no meaning; these are written.
 constexpr std::uint32_t kQuietNaNBits = 0x7FC00000u;
 constexpr std::int32_t kTerminatorId = 0x7FFFFFFF;

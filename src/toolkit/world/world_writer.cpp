@@ -66,15 +66,15 @@ bool Morvik::encode(ByteSink& out) const {
     auto length = static_cast<std::int32_t>(name.size());
     std::int32_t id = o.objectId();
     std::memcpy(record, o.record() + pew_record::kTransform, 48);
-    std::memcpy(record + 48, &id, sizeof id);
-    std::memcpy(record + 52, &length, sizeof length);
+    std::memcpy(record + wrp::kRecordIdAt, &id, sizeof id);
+    std::memcpy(record + wrp::kRecordNameLengthAt, &length, sizeof length);
     out.write(record, sizeof record);
     out.write(name.data(), name.size());
   });
   if (!known) return false;
   for (std::size_t i = 0; i < wrp::kTransformFloats; ++i) std::memcpy(record + 4 * i, &wrp::kQuietNaNBits, 4);
-  std::memcpy(record + 48, &wrp::kTerminatorId, 4);
-  std::memset(record + 52, 0, 4);
+  std::memcpy(record + wrp::kRecordIdAt, &wrp::kTerminatorId, 4);
+  std::memset(record + wrp::kRecordNameLengthAt, 0, 4);
   out.write(record, sizeof record);
   return true;
 }
