@@ -79,6 +79,7 @@ ExportFile::OpenResult ExportFile::open(const char* name, const char* projectFil
   if (!exists || S_ISREG(info.st_mode)) {
     if (exists && !writable(name)) return OpenResult::CannotCreate;
     target_ = exists ? resolved(name) : std::string(name);
+    if (exists) dropCachedPages(target_.c_str());
     std::string temporary = temporaryNameFor(target_);
     holdTemporary(temporary);
     stream_ = FileStringA::fs_CreateTextFile(temporary.c_str(), 1);

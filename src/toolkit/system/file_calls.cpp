@@ -1,6 +1,7 @@
 #include "system/file_calls.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -31,6 +32,16 @@ int syncWhole(int fd) {
 std::string folderOf(const std::string& path) {
   std::size_t slash = path.rfind('/');
   return slash == std::string::npos ? "" : path.substr(0, slash + 1);
+}
+
+void dropCachedPages(const char* path) {
+  // Only a regular file is opened: opening a device may act on it.
+  struct stat info;
+  if (::stat(path, &info) != 0 || !S_ISREG(info.st_mode)) return;
+  int fd = ::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (fd < 0) return;
+  if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) ::posix_fadvise(fd, 0, 0, POSIX_FADV_DONTNEED);
+  ::close(fd);
 }
 
 void syncFolderOf(const std::string& path) {

@@ -100,9 +100,12 @@ int Morvik::wrp_Create(const char* name, int version) {
   }
   // Only ever replace a regular file: the name might be a device or a folder.
   struct stat st;
-  if (::stat(file, &st) == 0 && !S_ISREG(st.st_mode)) {
-    report("%s: cannot write the world file: the name exists and is not a regular file\n", file);
-    return status::kCannotWrite;
+  if (::stat(file, &st) == 0) {
+    if (!S_ISREG(st.st_mode)) {
+      report("%s: cannot write the world file: the name exists and is not a regular file\n", file);
+      return status::kCannotWrite;
+    }
+    dropCachedPages(file);
   }
 
   std::string temporary;

@@ -338,7 +338,7 @@ TEST_F(FileFaults, WorldThatFailsToCloseIsNotMade) {
   ASSERT_EQ(world.wrp_CreateFromPew(8, &project, MessageCapture::sink), status::kOk);
   const std::string name = dir.file("map.wrp");
   writeFileText(name, "older world");
-  closes = {EIO};
+  closes = {0, EIO};  // the older world's, opened to drop its cached pages, then the new one's
   EXPECT_NE(world.wrp_Create(name.c_str(), 8), status::kOk);
   EXPECT_EQ(readFileText(name), "older world");
   EXPECT_EQ(dir.names(), std::vector<std::string>{"map.wrp"});
