@@ -38,10 +38,8 @@ constexpr std::size_t kFixedBytes = 84;  // a valid record without its name's by
 class PewObject {
  public:
   std::uint16_t validFlag() const { return marked() ? 0 : get<std::uint16_t>(pew_record::kValidFlag); }
-  std::uint16_t unknownFlag() const { return get<std::uint16_t>(pew_record::kUnknownFlag); }
   std::int32_t objectId() const { return get<std::int32_t>(pew_record::kObjectId); }
   Matrix4 transform() const { return get<Matrix4>(pew_record::kTransform); }
-  double unnamedDouble() const { return get<double>(pew_record::kUnnamedDouble); }
   // The instance name's bytes, without the NUL the file stores.
   std::string_view instanceName() const {
     std::uint32_t n = nameLength();
@@ -49,14 +47,11 @@ class PewObject {
   }
   float relativeHeight() const { return get<float>(afterName() + pew_record::kRelativeHeight); }
   std::int32_t unnamedA() const { return get<std::int32_t>(afterName() + pew_record::kUnnamedA); }
-  std::int32_t unnamedB() const { return get<std::int32_t>(afterName() + pew_record::kUnnamedB); }
   std::uint32_t templateId() const { return get<std::uint32_t>(afterName() + pew_record::kTemplateId); }
 
   void setTransform(const Matrix4& m) { set(pew_record::kTransform, m); }
-  void setUnnamedDouble(double v) { set(pew_record::kUnnamedDouble, v); }
   void setRelativeHeight(float v) { set(afterName() + pew_record::kRelativeHeight, v); }
   void setUnnamedA(std::int32_t v) { set(afterName() + pew_record::kUnnamedA, v); }
-  void setUnnamedB(std::int32_t v) { set(afterName() + pew_record::kUnnamedB, v); }
   void setTemplateId(std::uint32_t v) { set(afterName() + pew_record::kTemplateId, v); }
   // A slot read as a 2-byte deleted slot refers to no template; an object
   // marked invalid since still does.
