@@ -1,6 +1,7 @@
 #include "duplicate_finder.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <exception>
 #include <system_error>
@@ -75,11 +76,21 @@ std::vector<TwinPair> searchHalf(const PewObjects& objects, const ZeroedArray<st
   if (members < 2) return pairs;
   // Open addressing with linear probing, at most 62% full: a hash picks its
   // first slot by a multiplication, so the table need not be a power of two.
-  // A slot holds the position plus 1 (0: empty) and, above it, the hash, so
-  // most probes settle without reading the object.
+  // A slot of 4 bytes holds the position plus 1 (0: empty) in its low bits
+  // and, in the bits the positions leave free, more bits of the hash, so
+  // most probes settle without reading the object. Half the bytes of a
+  // slot that holds the whole hash: the table is fresh memory, and the
+  // system's clearing of its pages costs more than the search in it.
   const std::size_t capacity = members + members / 2 + members / 8 + 8;
-  ZeroedArray<std::uint64_t> slots(capacity);  // tens of megabytes: on huge pages, zeroed by the system
+  ZeroedArray<std::uint32_t> slots(capacity);  // megabytes: on huge pages, zeroed by the system
   auto home = [&](std::uint32_t h) { return static_cast<std::size_t>((std::uint64_t{h} * capacity) >> 32); };
+  // Bit 0 chose the half and the top bits the home slot: the check bits
+  // come from just above bit 0. With 2^31 positions or more there are none.
+  const int positionBits = std::bit_width(objects.positionCount());
+  const std::uint32_t positionMask = positionBits >= 32 ? ~std::uint32_t{0} : (std::uint32_t{1} << positionBits) - 1;
+  auto slotFor = [&](std::uint32_t h, std::uint32_t i) {
+    return (positionBits >= 32 ? 0 : (h >> 1) << positionBits) | (i + 1);
+  };
 
   // From the back: a group's slot always holds its nearest member seen so
   // far, which is the first twin behind the object now in hand. The slots
@@ -106,18 +117,18 @@ std::vector<TwinPair> searchHalf(const PewObjects& objects, const ZeroedArray<st
   while (taken < queued) {
     const std::uint32_t i = ring[taken++ % kAhead];
     queue();
-    const std::uint64_t h = hashes[i];
+    const std::uint32_t mine = slotFor(hashes[i], i);
     for (std::size_t s = home(hashes[i]);; s = s + 1 == capacity ? 0 : s + 1) {
-      std::uint64_t& slot = slots[s];
+      std::uint32_t& slot = slots[s];
       if (slot == 0) {
-        slot = (h << 32) | (i + 1);
+        slot = mine;
         break;
       }
-      if ((slot >> 32) == h) {
-        const std::uint32_t j = static_cast<std::uint32_t>(slot) - 1;
+      if (((slot ^ mine) & ~positionMask) == 0) {
+        const std::uint32_t j = (slot & positionMask) - 1;
         if (TwinKey(objects.atPosition(j)) == TwinKey(objects.atPosition(i))) {
           pairs.push_back({i, j});
-          slot = (h << 32) | (i + 1);
+          slot = mine;
           break;
         }
       }
