@@ -1,6 +1,7 @@
 #include "duplicate_finder.h"
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cstring>
 #include <exception>
@@ -24,16 +25,14 @@ struct TwinKey {
   bool operator==(const TwinKey& other) const {
     return templateId == other.templateId && std::memcmp(words, other.words, sizeof(words)) == 0;
   }
-  // Never 0, which marks a position without a valid object.
-  std::uint32_t hash() const {
+  std::uint64_t hash() const {
     std::uint64_t h = templateId * 0x9E3779B97F4A7C15ull;
     for (std::uint64_t w : words) {
       h = (h ^ w) * 0xBF58476D1CE4E5B9ull;
       h ^= h >> 31;
     }
     h *= 0x94D049BB133111EBull;
-    const auto top = static_cast<std::uint32_t>(h >> 32);
-    return top != 0 ? top : 1;
+    return (h ^ h >> 32) & twin_search::hashBits;
   }
 };
 
@@ -67,74 +66,161 @@ void runBoth(bool two, Work&& work) {
     if (e) std::rethrow_exception(e);
 }
 
-// The search among the objects whose hash has `half` as its lowest bit (no
-// twins lie across halves), `members` of them, in a table of their own.
-// Returns the pairs found, last first.
-std::vector<TwinPair> searchHalf(const PewObjects& objects, const ZeroedArray<std::uint32_t>& hashes,
-                                 std::uint32_t half, std::size_t members) {
-  std::vector<TwinPair> pairs;
-  if (members < 2) return pairs;
-  // Open addressing with linear probing, at most 62% full: a hash picks its
-  // first slot by a multiplication, so the table need not be a power of two.
-  // A slot of 4 bytes holds the position plus 1 (0: empty) in its low bits
-  // and, in the bits the positions leave free, more bits of the hash, so
-  // most probes settle without reading the object. Half the bytes of a
-  // slot that holds the whole hash: the table is fresh memory, and the
-  // system's clearing of its pages costs more than the search in it.
-  const std::size_t capacity = members + members / 2 + members / 8 + 8;
-  ZeroedArray<std::uint32_t> slots(capacity);  // megabytes: on huge pages, zeroed by the system
-  auto home = [&](std::uint32_t h) { return static_cast<std::size_t>((std::uint64_t{h} * capacity) >> 32); };
-  // Bit 0 chose the half and the top bits the home slot: the check bits
-  // come from just above bit 0. With 2^31 positions or more there are none.
-  const int positionBits = std::bit_width(objects.positionCount());
-  const std::uint32_t positionMask = positionBits >= 32 ? ~std::uint32_t{0} : (std::uint32_t{1} << positionBits) - 1;
-  auto slotFor = [&](std::uint32_t h, std::uint32_t i) {
-    return (positionBits >= 32 ? 0 : (h >> 1) << positionBits) | (i + 1);
-  };
+// A valid object as the search takes it: its position and its key's hash.
+struct Entry {
+  std::uint32_t position, hashLow, hashHigh;
+  std::uint64_t hash() const { return std::uint64_t{hashHigh} << 32 | hashLow; }
+};
 
-  // From the back: a group's slot always holds its nearest member seen so
-  // far, which is the first twin behind the object now in hand. The slots
-  // are fetched from memory a few members ahead, as most lookups miss the
-  // caches; the members in between wait in a small ring.
-  std::size_t next = objects.positionCount();
-  constexpr std::size_t kAhead = 16;
-  std::uint32_t ring[kAhead];
-  std::size_t taken = 0, queued = 0;
-  auto queue = [&] {
-    while (next > 0) {
-      const std::uint32_t h = hashes[--next];
-      if (h == 0 || (h & 1) != half) continue;
-      ring[queued++ % kAhead] = static_cast<std::uint32_t>(next);
-      __builtin_prefetch(&slots[home(h)]);
-      const unsigned char* r = objects.atPosition(next).record();
-      __builtin_prefetch(r);
-      __builtin_prefetch(r + 64);
-      __builtin_prefetch(r + 128);
-      return;
+// The objects sorted into parts by the low bits of their hash (twins share
+// a part), each part small enough for its hash table to stay in a
+// processor's own cache. Each of the two walks of the first pass files its
+// half of the list in chunks of its own, so a part's objects are in list
+// order: the first walk's chunks, then the second's.
+class Parts {
+ public:
+  static constexpr std::size_t kChunk = 256;  // entries
+  // About this many objects a part at most: a table of 16-byte slots, 62%
+  // full, then takes under 700 KB.
+  static constexpr std::size_t kMembers = 24576;
+
+  explicit Parts(std::size_t positions)
+      : count_(std::bit_ceil(std::max<std::size_t>(1, positions / kMembers))),
+        entries_((positions / kChunk + 2 * count_ + 1) * kChunk) {
+    for (auto& walk : lists_) walk.resize(count_);
+  }
+  std::size_t count() const { return count_; }
+  void add(int walk, std::uint32_t position, std::uint64_t hash) {
+    List& list = lists_[walk][hash & (count_ - 1)];
+    if (list.fill == kChunk || list.chunks.empty()) {
+      list.chunks.push_back(nextChunk_.fetch_add(1, std::memory_order_relaxed));
+      list.fill = 0;
     }
-  };
-  while (queued < kAhead && next > 0) queue();
-  while (taken < queued) {
-    const std::uint32_t i = ring[taken++ % kAhead];
-    queue();
-    const std::uint32_t mine = slotFor(hashes[i], i);
-    for (std::size_t s = home(hashes[i]);; s = s + 1 == capacity ? 0 : s + 1) {
-      std::uint32_t& slot = slots[s];
-      if (slot == 0) {
-        slot = mine;
-        break;
-      }
-      if (((slot ^ mine) & ~positionMask) == 0) {
-        const std::uint32_t j = (slot & positionMask) - 1;
-        if (TwinKey(objects.atPosition(j)) == TwinKey(objects.atPosition(i))) {
-          pairs.push_back({i, j});
-          slot = mine;
-          break;
-        }
+    entries_[list.chunks.back() * kChunk + list.fill++] = {position, static_cast<std::uint32_t>(hash),
+                                                           static_cast<std::uint32_t>(hash >> 32)};
+  }
+  std::size_t members(std::size_t part) const { return lists_[0][part].size() + lists_[1][part].size(); }
+  // f(entry) for the part's objects from the last to the first.
+  template <typename F>
+  void forEachFromBack(std::size_t part, F&& f) const {
+    for (int walk : {1, 0}) {
+      const List& list = lists_[walk][part];
+      for (std::size_t c = list.chunks.size(); c-- > 0;) {
+        const Entry* chunk = &entries_[list.chunks[c] * kChunk];
+        for (std::size_t k = c + 1 == list.chunks.size() ? list.fill : kChunk; k-- > 0;) f(chunk[k]);
       }
     }
   }
+
+ private:
+  struct List {
+    std::vector<std::uint32_t> chunks;
+    std::size_t fill = 0;  // entries in the last chunk
+    std::size_t size() const { return chunks.empty() ? 0 : (chunks.size() - 1) * kChunk + fill; }
+  };
+  std::size_t count_;
+  ZeroedArray<Entry> entries_;
+  std::vector<List> lists_[2];
+  std::atomic<std::uint32_t> nextChunk_{0};
+};
+
+// A slot of a part's table: the hash and the position plus 1 (0: empty).
+struct Slot {
+  std::uint64_t hash, position;
+};
+
+// Searches one part from its last object to its first: a group's slot holds
+// its nearest member seen so far, which is the first twin behind the object
+// in hand. Objects of equal hashes count as twins unless `exact`, when their
+// keys are compared as well.
+void searchPart(const PewObjects& objects, const Parts& parts, std::size_t part, bool exact,
+                ZeroedArray<Slot>& table, std::vector<TwinPair>& pairs) {
+  const std::size_t members = parts.members(part);
+  if (members < 2) return;
+  // Open addressing with linear probing, at most 62% full; the home slot
+  // comes from the hash's high bits, the part from its low ones.
+  const std::size_t capacity = members + members / 2 + members / 8 + 8;
+  std::memset(&table[0], 0, capacity * sizeof(table[0]));
+  parts.forEachFromBack(part, [&](const Entry& e) {
+    const std::uint64_t h = e.hash();
+    for (std::size_t s = ((h >> 32) * capacity) >> 32;; s = s + 1 == capacity ? 0 : s + 1) {
+      Slot& slot = table[s];
+      if (slot.position == 0) {
+        slot = {h, e.position + std::uint64_t{1}};
+        return;
+      }
+      if (slot.hash == h) {
+        const auto j = static_cast<std::uint32_t>(slot.position - 1);
+        if (!exact || TwinKey(objects.atPosition(j)) == TwinKey(objects.atPosition(e.position))) {
+          pairs.push_back({e.position, j});
+          slot.position = e.position + std::uint64_t{1};
+          return;
+        }
+      }
+    }
+  });
+}
+
+// Sorts pairs by their first position (each appears once), by its low and
+// then its high 16 bits.
+void sortByFirst(std::vector<TwinPair>& pairs) {
+  std::vector<TwinPair> sorted(pairs.size());
+  std::vector<std::size_t> start(std::size_t{1} << 16 | 1);
+  for (int shift : {0, 16}) {
+    std::fill(start.begin(), start.end(), 0);
+    for (const TwinPair& p : pairs) ++start[(p.first >> shift & 0xFFFF) + 1];
+    for (std::size_t d = 1; d < start.size(); ++d) start[d] += start[d - 1];
+    for (const TwinPair& p : pairs) sorted[start[p.first >> shift & 0xFFFF]++] = p;
+    pairs.swap(sorted);
+  }
+}
+
+// Searches every part, the threads taking them one at a time with a table
+// each; returns the pairs found in the order of the list.
+std::vector<TwinPair> searchParts(const PewObjects& objects, const Parts& parts, bool two, bool exact) {
+  std::size_t largest = 0;
+  for (std::size_t p = 0; p < parts.count(); ++p) largest = std::max(largest, parts.members(p));
+  std::atomic<std::size_t> nextPart{0};
+  std::vector<TwinPair> found[2];
+  runBoth(two, [&](int thread) {
+    ZeroedArray<Slot> table(largest + largest / 2 + largest / 8 + 8);
+    for (std::size_t p; (p = nextPart.fetch_add(1)) < parts.count();)
+      searchPart(objects, parts, p, exact, table, found[thread]);
+  });
+  std::vector<TwinPair> pairs = std::move(found[0]);
+  pairs.insert(pairs.end(), found[1].begin(), found[1].end());
+  sortByFirst(pairs);
   return pairs;
+}
+
+// Whether every pair is a pair of twins, the two halves of the pairs on
+// two threads when they are many.
+bool allTwins(const PewObjects& objects, const std::vector<TwinPair>& pairs, bool two) {
+  std::atomic<bool> alike{true};
+  runBoth(two && pairs.size() >= kTwoThreadsFrom, [&](int half) {
+    const std::size_t from = half == 0 ? 0 : pairs.size() / 2, to = half == 0 ? pairs.size() / 2 : pairs.size();
+    // The records lie anywhere: a pair's handles are fetched 16 pairs ahead,
+    // its records 8 ahead.
+    constexpr std::size_t kHandlesAhead = 16, kRecordsAhead = 8;
+    auto fetchRecord = [&](std::uint32_t position) {
+      const unsigned char* r = objects.atPosition(position).record();
+      __builtin_prefetch(r);
+      __builtin_prefetch(r + 64);
+      __builtin_prefetch(r + 128);
+    };
+    for (std::size_t k = from; k < to && alike; ++k) {
+      if (k + kHandlesAhead < to) {
+        __builtin_prefetch(&objects.atPosition(pairs[k + kHandlesAhead].first));
+        __builtin_prefetch(&objects.atPosition(pairs[k + kHandlesAhead].twin));
+      }
+      if (k + kRecordsAhead < to) {
+        fetchRecord(pairs[k + kRecordsAhead].first);
+        fetchRecord(pairs[k + kRecordsAhead].twin);
+      }
+      if (!(TwinKey(objects.atPosition(pairs[k].first)) == TwinKey(objects.atPosition(pairs[k].twin)))) alike = false;
+    }
+  });
+  return alike;
 }
 
 }  // namespace
@@ -145,28 +231,19 @@ std::vector<TwinPair> findLaterTwins(const PewObjects& objects) {
   const std::size_t n = objects.positionCount();
   const bool two = n >= kTwoThreadsFrom;
 
-  // Every valid object's hash at its position; each thread hashes one half
-  // of the list and counts the members of each half of the search.
-  ZeroedArray<std::uint32_t> hashes(n);
-  std::size_t members[2][2] = {};
-  runBoth(two, [&](int part) {
-    std::size_t count[2] = {};
-    objects.forEachSlotIn(part == 0 ? 0 : n / 2, part == 0 ? n / 2 : n, [&](std::size_t i, const PewObject& o) {
-      if (o.validFlag() == 0) return;
-      const std::uint32_t h = TwinKey(o).hash();
-      hashes[i] = h;
-      ++count[h & 1];
+  // Each thread hashes one half of the list into the parts.
+  Parts parts(n);
+  runBoth(two, [&](int walk) {
+    objects.forEachSlotIn(walk == 0 ? 0 : n / 2, walk == 0 ? n / 2 : n, [&](std::size_t i, const PewObject& o) {
+      if (o.validFlag() != 0) parts.add(walk, static_cast<std::uint32_t>(i), TwinKey(o).hash());
     });
-    members[part][0] = count[0];
-    members[part][1] = count[1];
   });
 
-  std::vector<TwinPair> found[2];
-  runBoth(two, [&](int half) {
-    found[half] = searchHalf(objects, hashes, static_cast<std::uint32_t>(half), members[0][half] + members[1][half]);
-  });
-  std::vector<TwinPair> pairs(found[0].size() + found[1].size());
-  std::merge(found[0].rbegin(), found[0].rend(), found[1].rbegin(), found[1].rend(), pairs.begin(),
-             [](const TwinPair& a, const TwinPair& b) { return a.first < b.first; });
+  // Objects that are not twins share a 64-bit hash by a chance too small to
+  // wait for, so the search trusts the hashes and then checks the pairs it
+  // found, in a loop that fetches their records many at a time. Should a
+  // pair fail, it searches again comparing the objects at every equal hash.
+  std::vector<TwinPair> pairs = searchParts(objects, parts, two, false);
+  if (!allTwins(objects, pairs, two)) pairs = searchParts(objects, parts, two, true);
   return pairs;
 }

@@ -113,3 +113,24 @@ TEST(FindLaterTwins, NoneInAnEmptyOrSingleList) {
   list.AddPewObject();
   EXPECT_TRUE(findLaterTwins(list).empty());
 }
+
+// Objects that are not twins but share a hash: the search that trusts the
+// hashes finds false pairs, and the search again comparing keys must take
+// its place, on one thread and on two.
+TEST(FindLaterTwins, SharedHashesAreNotTakenForTwins) {
+  struct NarrowHashes {
+    explicit NarrowHashes(std::uint64_t bits) { twin_search::hashBits = bits; }
+    ~NarrowHashes() { twin_search::hashBits = ~std::uint64_t{0}; }
+  };
+  std::mt19937 random(12);
+  PewObjects small, large;
+  addVaried(small, 3000, random);
+  addVaried(large, 300000, random);
+  {
+    NarrowHashes narrow(0x7);
+    EXPECT_EQ(findLaterTwins(small), twinsByPairs(small));
+  }
+  // The home slots still spread (high bits), the parts too (low bits).
+  NarrowHashes narrow(0xFFC0'0000'0000'00FFull);
+  EXPECT_EQ(findLaterTwins(large), twinsByMap(large));
+}
