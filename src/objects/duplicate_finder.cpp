@@ -92,12 +92,12 @@ class Parts {
   std::size_t count() const { return count_; }
   void add(int walk, std::uint32_t position, std::uint64_t hash) {
     List& list = lists_[walk][hash & (count_ - 1)];
-    if (list.fill == kChunk || list.chunks.empty()) {
+    if (list.next == list.end) {
       list.chunks.push_back(nextChunk_.fetch_add(1, std::memory_order_relaxed));
-      list.fill = 0;
+      list.next = &entries_[list.chunks.back() * kChunk];
+      list.end = list.next + kChunk;
     }
-    entries_[list.chunks.back() * kChunk + list.fill++] = {position, static_cast<std::uint32_t>(hash),
-                                                           static_cast<std::uint32_t>(hash >> 32)};
+    *list.next++ = {position, static_cast<std::uint32_t>(hash), static_cast<std::uint32_t>(hash >> 32)};
   }
   std::size_t members(std::size_t part) const { return lists_[0][part].size() + lists_[1][part].size(); }
   // f(entry) for the part's objects from the last to the first.
@@ -107,7 +107,7 @@ class Parts {
       const List& list = lists_[walk][part];
       for (std::size_t c = list.chunks.size(); c-- > 0;) {
         const Entry* chunk = &entries_[list.chunks[c] * kChunk];
-        for (std::size_t k = c + 1 == list.chunks.size() ? list.fill : kChunk; k-- > 0;) f(chunk[k]);
+        for (const Entry* e = c + 1 == list.chunks.size() ? list.next : chunk + kChunk; e-- != chunk;) f(*e);
       }
     }
   }
@@ -115,8 +115,11 @@ class Parts {
  private:
   struct List {
     std::vector<std::uint32_t> chunks;
-    std::size_t fill = 0;  // entries in the last chunk
-    std::size_t size() const { return chunks.empty() ? 0 : (chunks.size() - 1) * kChunk + fill; }
+    Entry* next = nullptr;  // where the next entry goes in the last chunk
+    Entry* end = nullptr;   // the last chunk's end
+    std::size_t size() const {
+      return chunks.empty() ? 0 : chunks.size() * kChunk - static_cast<std::size_t>(end - next);
+    }
   };
   std::size_t count_;
   ZeroedArray<Entry> entries_;
@@ -124,9 +127,13 @@ class Parts {
   std::atomic<std::uint32_t> nextChunk_{0};
 };
 
-// A slot of a part's table: the hash and the position plus 1 (0: empty).
+// A slot of a table: a hash, the position of the group's nearest member so
+// far, and which of the table's uses (counted from 1) it belongs to: a slot
+// of an earlier part is empty, so the table need not be cleared for the
+// next one.
 struct Slot {
-  std::uint64_t hash, position;
+  std::uint64_t hash;
+  std::uint32_t position, use;
 };
 
 // Searches one part from its last object to its first: a group's slot holds
@@ -134,26 +141,25 @@ struct Slot {
 // in hand. Objects of equal hashes count as twins unless `exact`, when their
 // keys are compared as well.
 void searchPart(const PewObjects& objects, const Parts& parts, std::size_t part, bool exact,
-                ZeroedArray<Slot>& table, std::vector<TwinPair>& pairs) {
+                ZeroedArray<Slot>& table, std::uint32_t use, std::vector<TwinPair>& pairs) {
   const std::size_t members = parts.members(part);
   if (members < 2) return;
   // Open addressing with linear probing, at most 62% full; the home slot
   // comes from the hash's high bits, the part from its low ones.
   const std::size_t capacity = members + members / 2 + members / 8 + 8;
-  std::memset(&table[0], 0, capacity * sizeof(table[0]));
   parts.forEachFromBack(part, [&](const Entry& e) {
     const std::uint64_t h = e.hash();
     for (std::size_t s = ((h >> 32) * capacity) >> 32;; s = s + 1 == capacity ? 0 : s + 1) {
       Slot& slot = table[s];
-      if (slot.position == 0) {
-        slot = {h, e.position + std::uint64_t{1}};
+      if (slot.use != use) {
+        slot = {h, e.position, use};
         return;
       }
       if (slot.hash == h) {
-        const auto j = static_cast<std::uint32_t>(slot.position - 1);
+        const std::uint32_t j = slot.position;
         if (!exact || TwinKey(objects.atPosition(j)) == TwinKey(objects.atPosition(e.position))) {
           pairs.push_back({e.position, j});
-          slot.position = e.position + std::uint64_t{1};
+          slot.position = e.position;
           return;
         }
       }
@@ -184,8 +190,9 @@ std::vector<TwinPair> searchParts(const PewObjects& objects, const Parts& parts,
   std::vector<TwinPair> found[2];
   runBoth(two, [&](int thread) {
     ZeroedArray<Slot> table(largest + largest / 2 + largest / 8 + 8);
+    std::uint32_t uses = 0;
     for (std::size_t p; (p = nextPart.fetch_add(1)) < parts.count();)
-      searchPart(objects, parts, p, exact, table, found[thread]);
+      searchPart(objects, parts, p, exact, table, ++uses, found[thread]);
   });
   std::vector<TwinPair> pairs = std::move(found[0]);
   pairs.insert(pairs.end(), found[1].begin(), found[1].end());
