@@ -121,6 +121,20 @@ class PewObjects {
   // For the codec: appends a handle to a record that lies in memory the
   // project keeps for as long as the list holds it; no ID is assigned.
   void appendRecord(unsigned char* record);
+  // The same for `n` records at once, recordAt(k) the k-th of them.
+  template <typename F>
+  void appendRecords(std::size_t n, F&& recordAt) {
+    for (std::size_t k = 0; k < n;) {
+      if ((size_ >> kBlockShift) == blocks_.size()) addBlock();
+      PewObject* block = blocks_[size_ >> kBlockShift];
+      const std::size_t from = size_ & (kBlockSize - 1), count = std::min(n - k, kBlockSize - from);
+      for (std::size_t i = 0; i < count; ++i) block[from + i].bits_ = reinterpret_cast<std::uintptr_t>(recordAt(k + i));
+      size_ += count;
+      k += count;
+    }
+    changes_ += n;
+    usageChanges_ += n;
+  }
   // For the codec, once it has appended every record of a file: they lie
   // in the `n` bytes at `records`, one after another.
   void noteRecordsRead(const unsigned char* records, std::size_t n) {
@@ -177,6 +191,7 @@ class PewObjects {
   unsigned char* arenaRecord(std::size_t bytes);
   std::int32_t freshId();
   static PewObject* newBlock();
+  void addBlock();
   static void freeBlock(PewObject* block);
 
   // Blocks are aligned to their size, so a handle's block is found from its

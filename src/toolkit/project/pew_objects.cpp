@@ -28,12 +28,14 @@ void PewObjects::Arena::release() {
   large.clear();
 }
 
+void PewObjects::addBlock() {
+  PewObject* block = newBlock();
+  blockNumbers_[reinterpret_cast<std::uintptr_t>(block)] = blocks_.size();
+  blocks_.push_back(block);
+}
+
 void PewObjects::appendRecord(unsigned char* record) {
-  if ((size_ >> kBlockShift) == blocks_.size()) {
-    PewObject* block = newBlock();
-    blockNumbers_[reinterpret_cast<std::uintptr_t>(block)] = blocks_.size();
-    blocks_.push_back(block);
-  }
+  if ((size_ >> kBlockShift) == blocks_.size()) addBlock();
   PewObject& o = at(size_);
   o.bits_ = reinterpret_cast<std::uintptr_t>(record);
   ++size_;

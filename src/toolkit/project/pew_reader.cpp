@@ -295,13 +295,13 @@ std::uint32_t Decoder::takeScanned(SlotScan& scan, std::uint32_t wanted, std::si
   if (first == found) return 0;  // the walks never met
   const std::size_t n = std::min<std::size_t>(found - first, wanted);
   PewObjects& list = out_.objects;
-  for (std::size_t k = first; k < first + n; ++k) {
-    const SlotScan::Slot& slot = scan[k];
-    list.appendRecord(reinterpret_cast<unsigned char*>(slot.record & ~SlotScan::kDeleted));
-    if (slot.record & SlotScan::kDeleted) continue;
-    list.noteId(slot.objectId);
-    out_.templates.countObject(slot.templateId, true);
-  }
+  list.appendRecords(n, [&](std::size_t k) {
+    return reinterpret_cast<unsigned char*>(scan[first + k].record & ~SlotScan::kDeleted);
+  });
+  scan.countTemplates(first, first + n,
+                      [&](std::uint32_t id, std::uint32_t count) { out_.templates.countObjects(id, count); });
+  if (const std::int64_t highest = scan.highestId(first, first + n); highest != SlotScan::kNoId)
+    list.noteId(static_cast<std::int32_t>(highest));
   at = static_cast<std::size_t>(scan.after(first + n - 1) - out_.file.data());
   return static_cast<std::uint32_t>(n);
 }

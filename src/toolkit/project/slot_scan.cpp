@@ -1,5 +1,6 @@
 #include "project/slot_scan.h"
 
+#include <new>
 #include <system_error>
 
 namespace {
@@ -48,7 +49,8 @@ SlotScan::SlotScan(const unsigned char* begin, const unsigned char* end)
       limit_(static_cast<std::size_t>(end - begin) >= slot_scan::minSlotBytes
                  ? static_cast<std::size_t>(end - begin) / 2 / slot_scan::kBytesPerEntry + 1
                  : 0),
-      slots_(limit_) {
+      slots_(limit_),
+      templateCounts_(limit_ == 0 ? 0 : kCountedIds) {
   if (limit_ == 0) return;
   const unsigned char* middle = begin + (end - begin) / 2;
   const unsigned char* last = middle + std::min(kSearchBytes, static_cast<std::size_t>(end - middle));
@@ -71,21 +73,33 @@ void SlotScan::run() {
   constexpr std::size_t kAhead = 2048;
   const unsigned char* p = start_;
   std::size_t n = 0;
-  for (; n < limit_; ++n) {
-    if (n % 4096 == 0 && stopped_.load(std::memory_order_relaxed)) break;
-    const auto left = static_cast<std::size_t>(end_ - p);
-    if (left > kAhead) __builtin_prefetch(p + kAhead);
-    const std::size_t size = slotSize(p, left);
-    if (size == 0) break;
-    Slot& slot = slots_[n];
-    slot.record = reinterpret_cast<std::uint64_t>(p);
-    if (size == 2) {
-      slot.record |= kDeleted;
-    } else {
-      slot.objectId = slot_scan::slotObjectId(p);
-      slot.templateId = slot_scan::slotTemplateId(p, size);
+  std::int64_t runHighest = kNoId;
+  try {
+    for (; n < limit_; ++n) {
+      if (n % 4096 == 0 && stopped_.load(std::memory_order_relaxed)) break;
+      const auto left = static_cast<std::size_t>(end_ - p);
+      if (left > kAhead) __builtin_prefetch(p + kAhead);
+      const std::size_t size = slotSize(p, left);
+      if (size == 0) break;
+      Slot& slot = slots_[n];
+      slot.record = reinterpret_cast<std::uint64_t>(p);
+      if (size == 2) {
+        slot.record |= kDeleted;
+      } else {
+        slot.objectId = slot_scan::slotObjectId(p);
+        slot.templateId = slot_scan::slotTemplateId(p, size);
+        ++countOf(slot.templateId);  // a template id past the flat table may take memory
+        runHighest = std::max<std::int64_t>(runHighest, slot.objectId);
+      }
+      p += size;
+      if ((n + 1) % kIdRun == 0) {
+        runHighestIds_.push_back(runHighest);
+        runHighest = kNoId;
+      }
     }
-    p += size;
+  } catch (const std::bad_alloc&) {
+    n = 0;  // nothing found: the reader goes alone
+    p = start_;
   }
   found_ = n;
   scanEnd_ = p;
@@ -106,6 +120,18 @@ std::size_t SlotScan::find(const unsigned char* p) const {
     else high = middle;
   }
   return low < found_ && (slots_[low].record & ~kDeleted) == wanted ? low : found_;
+}
+
+std::int64_t SlotScan::highestId(std::size_t from, std::size_t to) const {
+  std::int64_t highest = kNoId;
+  auto visit = [&](std::size_t i) {
+    if (valid(i)) highest = std::max<std::int64_t>(highest, slots_[i].objectId);
+  };
+  std::size_t i = from;
+  for (; i < to && i % kIdRun != 0; ++i) visit(i);
+  for (; i + kIdRun <= to; i += kIdRun) highest = std::max(highest, runHighestIds_[i / kIdRun]);
+  for (; i < to; ++i) visit(i);
+  return highest;
 }
 
 void SlotScan::stop() {

@@ -10,11 +10,15 @@
 // wrong index.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <thread>
+#include <unordered_map>
+#include <vector>
 
 #include "project/pew_object.h"
 #include "system/zeroed_memory.h"
@@ -87,6 +91,14 @@ class SlotScan {
   // The index of the slot that starts at `p`, or finish()'s count when no
   // slot found does (after finish()).
   std::size_t find(const unsigned char* p) const;
+  // What the thread counted as it went, so that the reader need not visit
+  // the slots it takes (after finish()). f(template id, count) for the valid
+  // slots among [from, to), once an id; call once.
+  template <typename F>
+  void countTemplates(std::size_t from, std::size_t to, F&& f);
+  // The highest object ID of the valid slots among [from, to), or kNoId.
+  std::int64_t highestId(std::size_t from, std::size_t to) const;
+  static constexpr std::int64_t kNoId = INT64_MIN;
   // Where the slot after slot `i` starts (after finish()).
   const unsigned char* after(std::size_t i) const {
     return i + 1 < found_ ? reinterpret_cast<const unsigned char*>(slots_[i + 1].record & ~kDeleted) : scanEnd_;
@@ -96,6 +108,15 @@ class SlotScan {
 
  private:
   void run();
+  std::uint32_t& countOf(std::uint32_t templateId) {
+    return templateId < kCountedIds ? templateCounts_[templateId] : otherTemplateCounts_[templateId];
+  }
+  bool valid(std::size_t i) const { return (slots_[i].record & kDeleted) == 0; }
+
+  // Template ids below this are counted in a flat table, others in a map.
+  static constexpr std::uint32_t kCountedIds = 1u << 16;
+  // The highest ID is kept for each run of this many slots.
+  static constexpr std::size_t kIdRun = 4096;
 
   const unsigned char* start_ = nullptr;
   const unsigned char* end_ = nullptr;
@@ -103,6 +124,22 @@ class SlotScan {
   ZeroedArray<Slot> slots_;
   std::size_t found_ = 0;
   const unsigned char* scanEnd_ = nullptr;
+  ZeroedArray<std::uint32_t> templateCounts_;
+  std::unordered_map<std::uint32_t, std::uint32_t> otherTemplateCounts_;
+  std::vector<std::int64_t> runHighestIds_;  // of slots [r * kIdRun, (r + 1) * kIdRun)
   std::atomic<bool> stopped_{false};
   std::thread thread_;
 };
+
+template <typename F>
+void SlotScan::countTemplates(std::size_t from, std::size_t to, F&& f) {
+  // The thread counted every slot it found: those not taken come off.
+  for (std::size_t i = 0; i < std::min(from, found_); ++i)
+    if (valid(i)) --countOf(slots_[i].templateId);
+  for (std::size_t i = to; i < found_; ++i)
+    if (valid(i)) --countOf(slots_[i].templateId);
+  for (std::uint32_t id = 0; id < kCountedIds; ++id)
+    if (templateCounts_[id] != 0) f(id, templateCounts_[id]);
+  for (const auto& [id, n] : otherTemplateCounts_)
+    if (n != 0) f(id, n);
+}

@@ -56,6 +56,15 @@ class TemplateTable {
       if (e) ++e->validObjects;
     }
   }
+  // `n` more valid objects refer to `id`.
+  void countObjects(std::uint32_t id, std::uint32_t n) {
+    IdEntry* e = entry(id);
+    if (e) {
+      e->objects += n;
+      e->validObjects += n;
+    }
+    validObjects_ += n;
+  }
   void usageCounted(const PewObjects& objects);
 
  private:

@@ -25,27 +25,35 @@ std::string readingOf(const std::vector<unsigned char>& bytes, std::size_t minSl
   if (status != 0) return std::to_string(status) + " " + MessageCapture::text;
   std::uint32_t missing = 0;
   std::uint32_t valid = project.pew_count_valid_objects(&missing);
+  std::string used;
+  for (PewObjectTemplate* t = project.pew_get_template(static_cast<unsigned*>(nullptr)); t; t = t->next)
+    used += project.pew_template_used_in_objects(t) ? '1' : '0';
   std::int32_t fresh = project.pew_get_objects()->AddPewObject()->objectId();
   EXPECT_EQ(project.pew_Create(dir.file("out.pew").c_str(), 0), 0);
   std::vector<unsigned char> written = readFileBytes(dir.file("out.pew"));
-  return std::to_string(valid) + " " + std::to_string(missing) + " " + std::to_string(fresh) + " " +
+  return std::to_string(valid) + " " + std::to_string(missing) + " " + used + " " + std::to_string(fresh) + " " +
          std::to_string(written.size()) + " " + std::to_string(std::hash<std::string>()(std::string(written.begin(), written.end())));
 }
 
-// Objects of random names, templates and transforms, deleted slots among
-// them, and a tail that repeats some of them: slots that look like slots
-// but are not to be indexed.
+// Objects of random names, templates (some held by no template, some of
+// large ids) and transforms, deleted slots among them, and a tail that
+// repeats some of them: slots that look like slots but are not to be
+// indexed.
 std::vector<unsigned char> randomProject(std::mt19937& random) {
   ProjectFixture f;
   f.grid(4, 4, 1).addTemplate(1, "a.p3d");
   f.addTemplate(2, "b.p3d");
-  const int count = 200 + static_cast<int>(random() % 600);
+  f.addTemplate(70000, "c.p3d");
+  const std::uint32_t templateIds[] = {1, 3, 70001, 2, 70000};
+  const std::size_t templatesUsed = 1 + random() % 5;
+  // Now and then more than the thread's runs of 4096 slots.
+  const int count = random() % 8 == 0 ? 9000 + static_cast<int>(random() % 9000) : 200 + static_cast<int>(random() % 600);
   for (int i = 0; i < count; ++i) {
     if (random() % 5 == 0) {
       f.addDeleted(1 + static_cast<int>(random() % 3));
       continue;
     }
-    FixtureObject& o = f.addObject(1 + random() % 3).named(std::string(random() % 12, 'n'));
+    FixtureObject& o = f.addObject(templateIds[random() % templatesUsed]).named(std::string(random() % 12, 'n'));
     for (float& v : o.transform) v = random() % 4 == 0 ? 0.0f : static_cast<float>(random() % 1000) / 7.0f;
     o.id = static_cast<std::int32_t>(random() % 5000);
   }
