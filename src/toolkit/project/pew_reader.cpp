@@ -250,7 +250,7 @@ bool Decoder::objects() {
   const std::size_t end = static_cast<std::size_t>(in_.size());
   SlotScan scan(base + at, base + end);
   std::size_t split = scan.start() ? static_cast<std::size_t>(scan.start() - base) : end + 1;
-  constexpr std::size_t kAhead = 2048;
+  constexpr std::size_t kAhead = 8192;
   for (std::uint32_t i = 0; i < count;) {
     if (at >= split) {
       split = end + 1;
@@ -260,7 +260,8 @@ bool Decoder::objects() {
     std::size_t left = end - at;
     unsigned char* p = base + at;
     // Where a record starts follows from the one before, a chain of loads
-    // the processor cannot run ahead on: ask for the bytes some records on.
+    // the processor cannot run ahead on: ask for the bytes some 80 records
+    // on (20 left a tenth of the open waiting when memory answers slowly).
     if (left > kAhead) __builtin_prefetch(p + kAhead);
     std::size_t size = slot_scan::slotSize(p, left);
     if (size == 0) {

@@ -70,7 +70,7 @@ SlotScan::SlotScan(const unsigned char* begin, const unsigned char* end)
 
 void SlotScan::run() {
   using namespace pew_record;
-  constexpr std::size_t kAhead = 2048;
+  constexpr std::size_t kAhead = 8192;
   const unsigned char* p = start_;
   std::size_t n = 0;
   std::int64_t runHighest = kNoId;
