@@ -4,10 +4,8 @@
 #include <atomic>
 #include <bit>
 #include <cstring>
-#include <exception>
-#include <system_error>
-#include <thread>
 
+#include "objects/two_threads.h"
 #include "system/zeroed_memory.h"
 
 namespace {
@@ -38,33 +36,6 @@ struct TwinKey {
 
 // Below this many positions a second thread costs more than it saves.
 constexpr std::size_t kTwoThreadsFrom = std::size_t{1} << 16;
-
-// Runs work(0) on this thread and work(1) on a second one, or after work(0)
-// when `two` is false or no thread can be had. An exception of either reaches
-// the caller once both are done.
-template <typename Work>
-void runBoth(bool two, Work&& work) {
-  std::exception_ptr failed[2];
-  auto guarded = [&](int part) {
-    try {
-      work(part);
-    } catch (...) {
-      failed[part] = std::current_exception();
-    }
-  };
-  std::thread second;
-  if (two) {
-    try {
-      second = std::thread(guarded, 1);
-    } catch (const std::system_error&) {
-    }
-  }
-  guarded(0);
-  if (second.joinable()) second.join();
-  else guarded(1);
-  for (const std::exception_ptr& e : failed)
-    if (e) std::rethrow_exception(e);
-}
 
 // A valid object as the search takes it: its position and its key's hash.
 struct Entry {
