@@ -107,6 +107,9 @@ struct Slot {
   std::uint32_t position, use;
 };
 
+// The slots of a table for `members` objects: at most 62% full.
+std::size_t tableSlots(std::size_t members) { return members + members / 2 + members / 8 + 8; }
+
 // Searches one part from its last object to its first: a group's slot holds
 // its nearest member seen so far, which is the first twin behind the object
 // in hand. Objects of equal hashes count as twins unless `exact`, when their
@@ -115,9 +118,9 @@ void searchPart(const PewObjects& objects, const Parts& parts, std::size_t part,
                 ZeroedArray<Slot>& table, std::uint32_t use, std::vector<TwinPair>& pairs) {
   const std::size_t members = parts.members(part);
   if (members < 2) return;
-  // Open addressing with linear probing, at most 62% full; the home slot
-  // comes from the hash's high bits, the part from its low ones.
-  const std::size_t capacity = members + members / 2 + members / 8 + 8;
+  // Open addressing with linear probing; the home slot comes from the
+  // hash's high bits, the part from its low ones.
+  const std::size_t capacity = tableSlots(members);
   parts.forEachFromBack(part, [&](const Entry& e) {
     const std::uint64_t h = e.hash();
     for (std::size_t s = ((h >> 32) * capacity) >> 32;; s = s + 1 == capacity ? 0 : s + 1) {
@@ -160,7 +163,7 @@ std::vector<TwinPair> searchParts(const PewObjects& objects, const Parts& parts,
   std::atomic<std::size_t> nextPart{0};
   std::vector<TwinPair> found[2];
   runBoth(two, [&](int thread) {
-    ZeroedArray<Slot> table(largest + largest / 2 + largest / 8 + 8);
+    ZeroedArray<Slot> table(tableSlots(largest));
     std::uint32_t uses = 0;
     for (std::size_t p; (p = nextPart.fetch_add(1)) < parts.count();)
       searchPart(objects, parts, p, exact, table, ++uses, found[thread]);
