@@ -49,11 +49,10 @@ class TemplateTable {
   // For the reader, which counts while it indexes the objects: one more
   // object refers to `id`; usageCounted() then declares the counts current.
   void countObject(std::uint32_t id, bool valid) {
-    IdEntry* e = entry(id);
-    if (e) ++e->objects;
     if (valid) {
-      ++validObjects_;
-      if (e) ++e->validObjects;
+      countObjects(id, 1);
+    } else if (IdEntry* e = entry(id)) {
+      ++e->objects;
     }
   }
   // `n` more valid objects refer to `id`.
